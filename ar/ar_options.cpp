@@ -1,0 +1,1 @@
+#include "ar/ar_options.h"

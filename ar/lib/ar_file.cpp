@@ -1,0 +1,1 @@
+#include "ar/lib/ar_file.h"

@@ -1,0 +1,124 @@
+#ifndef ARWREN_AR_LIB_AR_FILE_H
+#define ARWREN_AR_LIB_AR_FILE_H
+
+#include <cstdint>
+
+#include "ar/lib/ar_member.h"
+#include "ar/lib/ar_symbol.h"
+#include "support/mzone.h"
+
+class FHM_FILE;
+namespace OFE { class OBJECT_FILE; }
+
+// How member names longer than 15 characters are stored.
+enum AR_ABI {
+    AR_ABI_KEEP = 0,          // keep the format read; POSIX for a new archive
+    AR_ABI_ORIGINAL = 1,      // names cut to 15 characters
+    AR_ABI_NU_LONG_NAME = 2,  // "<filenames>/" table, offsets in the uid field
+    AR_ABI_POSIX = 3          // "//" table, "/offset" names
+};
+
+enum AR_ERROR_CODE {
+    AR_READ_ERROR = 1,
+    AR_OPEN_ERROR = 2,
+    AR_FILE_READ_ERROR = 3,
+    AR_WRITE_ERROR = 4,
+    AR_CREATE_ERROR = 5,
+    AR_MEMBER_TOO_LARGE = 6,
+    AR_NAME_TABLE_TOO_LARGE = 7
+};
+
+class AR_FILE;
+typedef void (*AR_ERROR_CALLBACK)(AR_FILE* archive, AR_ERROR_CODE code, const char* message);
+
+// One archive: its members as read, edited in memory, and written anew.
+class AR_FILE {
+public:
+    AR_FILE(const char* name, FHM_FILE* handle, AR_ERROR_CALLBACK callback);
+    ~AR_FILE();
+    AR_FILE(const AR_FILE&) = delete;
+    AR_FILE& operator=(const AR_FILE&) = delete;
+
+    // Reading.
+    bool has_input() const { return input_ != nullptr; }
+    bool is_archive();
+    bool read_headers(bool read_symbols);
+    void create_toc();
+    AR_MEMBER* read_member_header(int32_t offset);
+    bool fix_member_name(const char* field, int32_t uid, AR_MEMBER* member);
+    bool read_name_table(AR_MEMBER* member);
+    bool read_symbol_table(AR_MEMBER* member);
+    int32_t skip_contents(AR_MEMBER* member);
+    bool is_symbol_table(const char* name) const;
+    bool is_name_table(const char* name);
+    static bool is_long_name(const char* name);
+    AR_MEMBER* find_member(const char* name) const;
+
+    // Model.
+    const char* name() const { return name_; }
+    AR_ABI format() const { return format_; }
+    AR_MEMBER* first_member() const { return first_member_; }
+    AR_MEMBER* last_member() const { return last_member_; }
+    AR_SYMBOL* first_symbol() const { return first_symbol_; }
+    int32_t symbol_count() const { return symbol_count_; }
+    int32_t symbol_table_size() const { return symbol_table_size_; }
+    int32_t long_name_table_size() const { return long_name_size_; }
+    MZONE* zone() { return &zone_; }
+    AR_MEMBER* new_member(const char* name, int32_t date, int32_t size, const char* path);
+
+    // Editing and writing.
+    void add_member(AR_MEMBER* member);
+    void delete_member(AR_MEMBER* member);
+    FHM_FILE* open_member(AR_MEMBER* member);
+    void close_member(AR_MEMBER* member, FHM_FILE* handle);
+    void close_input_ar();
+    bool write_archive(AR_ABI abi);
+    bool open_new_ar(AR_ABI abi);
+    void calculate_long_name_offsets();
+    const char* format_member_name(const AR_MEMBER* member, char* field) const;
+    bool write_header(const AR_MEMBER* member);
+    bool write_symbol_table();
+    bool write_long_name_table();
+    bool write_member(AR_MEMBER* member);
+    void cleanup();
+
+    // Symbol index.
+    void build_symbol_table();
+    void find_symbols(AR_MEMBER* member);
+    void scan_symbols(AR_MEMBER* member, OFE::OBJECT_FILE* object_file);
+    void add_symbol_entry(const char* name, AR_MEMBER* member);
+    int member_format(AR_MEMBER* member);
+
+    // Errors: formats the message and hands it to the callback.
+    void set_error(AR_ERROR_CODE code, const char* format, ...)
+        __attribute__((format(printf, 3, 4)));
+
+private:
+    FHM_FILE* input_;
+    bool owns_input_;
+    char* name_;
+    AR_ABI format_;
+    int32_t first_member_offset_;
+    MZONE zone_;
+    AR_MEMBER* first_member_;
+    AR_MEMBER* last_member_;
+    bool has_name_table_;
+    char* name_table_;
+    int32_t name_table_size_;
+    AR_SYMBOL* first_symbol_;
+    AR_SYMBOL* last_symbol_;
+    int32_t symbol_count_;
+    int32_t symbol_table_size_;
+    unsigned char* symbol_data_;
+    int32_t long_name_size_;
+    bool moved_aside_;
+    char* final_name_;
+    FHM_FILE* output_;
+    AR_ERROR_CALLBACK callback_;
+};
+
+// Copies size bytes in chunks of 4096; with pad, an odd size is followed by
+// "\n". Returns 0, 3 on a read failure, 4 on a write failure.
+int copy_file(FHM_FILE* from, FHM_FILE* to, int32_t size, bool pad);
+
+#endif
