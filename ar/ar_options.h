@@ -15,6 +15,13 @@ struct AR_OPTIONS {
     char** files;         // entries set to null once a command dealt with them
     int nfiles;
     int capacity;
+    char** given;         // every entry as first stored: keeps a name alive after files[i] is nulled
 };
+
+// Appends one file name (owned by the list from now on) to a growing list.
+void append_file(AR_OPTIONS* options, char* name);
+
+// Takes the file names of the command line, each replaced by its own copy.
+void set_command_line_files(AR_OPTIONS* options, char** names, int count);
 
 #endif

@@ -1,1 +1,5 @@
-int main() { return 0; }
+#include "ar/ar_driver.h"
+
+int main(int argc, char** argv) {
+    run_archiver(argc, argv);
+}

@@ -1,0 +1,71 @@
+#include "ar/fatal_signal.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "ar/lib/ar_file.h"
+
+AR_FILE* current_archive = nullptr;
+
+namespace {
+
+constexpr int kHandledSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGILL, SIGABRT, SIGFPE,
+                                   SIGSEGV, SIGTRAP, SIGBUS, SIGSYS, SIGXCPU, SIGXFSZ};
+
+constexpr char kInternalErrorAdvice[] =
+    "This is a serious problem.  Please contact Customer\n"
+    "Support with this message and a copy of the input file\n"
+    "and help us to continue to make the tools more robust.\n\n";
+
+void restore_current_archive() {
+    if (current_archive != nullptr)
+        current_archive->cleanup();
+}
+
+void report_internal_error(int signal_number) {
+    fprintf(stderr, "\nINTERNAL ERROR: %s\n", fatal_signal_text(signal_number));
+    fflush(nullptr);
+    fputs("\n\n", stderr);
+    fflush(nullptr);
+    fputs(kInternalErrorAdvice, stderr);
+    fflush(nullptr);
+}
+
+}  // namespace
+
+void install_fatal_signals() {
+    for (int signal_number : kHandledSignals)
+        signal(signal_number, fatal_signal);
+}
+
+const char* fatal_signal_text(int signal_number) {
+    switch (signal_number) {
+    case SIGILL: return "executed an illegal instruction";
+    case SIGTRAP: return "received a TRAP signal";
+    case SIGABRT: return "aborted";
+    case SIGBUS: return "experienced a bus alignment fault";
+    case SIGFPE: return "received a floating point exception";
+    case SIGSEGV: return "experienced a segmentation fault";
+    case SIGXCPU: return "exceeded the CPU time limit";
+    case SIGXFSZ: return "exceeded the file size limit";
+    case SIGSYS: return "experienced a bad system call";
+    default: return "experienced a fatal internal fault";
+    }
+}
+
+void fatal_signal(int signal_number) {
+    if (signal_number == SIGHUP || signal_number == SIGINT) {
+        fputs("[forced exit]\n", stderr);
+        restore_current_archive();
+        exit(2);
+    }
+    if (signal_number == SIGTERM) {
+        fputs("[received a terminate signal]\n", stderr);
+        restore_current_archive();
+        exit(1);
+    }
+    report_internal_error(signal_number);
+    restore_current_archive();
+    exit(1);
+}
