@@ -1,6 +1,7 @@
 #ifndef ARWREN_AR_LIB_AR_FILE_H
 #define ARWREN_AR_LIB_AR_FILE_H
 
+#include <csignal>
 #include <cstdint>
 
 #include "ar/lib/ar_member.h"
@@ -111,10 +112,31 @@ private:
     int32_t symbol_table_size_;
     unsigned char* symbol_data_;
     int32_t long_name_size_;
-    bool moved_aside_;
+    // Rewrite state, read by cleanup() which may run from a signal handler
+    // at any instruction: each flag is set before the step it guards.
+    volatile sig_atomic_t moved_aside_;   // the old archive may lie under temp_name_
+    volatile sig_atomic_t output_live_;   // the file under final_name_ is ours to delete
     char* final_name_;
-    FHM_FILE* output_;
+    char* temp_name_;
+    FHM_FILE* volatile output_;
     AR_ERROR_CALLBACK callback_;
+    char* input_buffer_;
+    char* output_buffer_;
+    int errors_;                          // failures reported through set_error
+
+    bool seek_input(int64_t offset);
+    bool input_holds(int64_t offset, int64_t size);
+    bool read_input(int32_t offset, void* data, int64_t size);
+    AR_MEMBER* make_member(const char* name, int32_t date, int32_t size, int32_t data_offset);
+    bool resolve_long_name(int64_t offset, AR_MEMBER* member);
+    void append_symbol(char* name, AR_MEMBER* member, int32_t offset);
+    bool move_old_archive_aside();
+    bool create_new_archive();
+    bool write_members();
+    bool finish_new_archive();
+    void remove_old_archive();
+    void set_stream_buffer(FHM_FILE* file, char** buffer);
+    int64_t write_bytes(const void* data, size_t size);
 };
 
 // Copies size bytes in chunks of 4096; with pad, an odd size is followed by

@@ -1,0 +1,92 @@
+#ifndef ARWREN_AR_LIB_AR_HEADER_H
+#define ARWREN_AR_LIB_AR_HEADER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+// The archive's global header.
+constexpr char AR_MAGIC[] = "!<arch>\n";
+constexpr size_t AR_MAGIC_SIZE = 8;
+
+// Field widths of the member header, in file order.
+constexpr size_t AR_NAME_WIDTH = 16;
+constexpr size_t AR_DATE_WIDTH = 12;
+constexpr size_t AR_UID_WIDTH = 6;
+constexpr size_t AR_GID_WIDTH = 6;
+constexpr size_t AR_MODE_WIDTH = 8;
+constexpr size_t AR_SIZE_WIDTH = 10;
+constexpr size_t AR_END_WIDTH = 2;
+
+// The 60-byte text header in front of every member. Numbers are decimal
+// (mode octal), left-justified and blank-padded; nothing is terminated.
+struct AR_HEADER {
+    char name[AR_NAME_WIDTH];  // member name, "/" terminated, or a special or "/offset" name
+    char date[AR_DATE_WIDTH];  // modification time, seconds since 1970 UTC
+    char uid[AR_UID_WIDTH];    // 0, or the long-name offset in the NU long-name format
+    char gid[AR_GID_WIDTH];    // always 0
+    char mode[AR_MODE_WIDTH];  // always 0
+    char size[AR_SIZE_WIDTH];  // data size, padding byte not counted
+    char end[AR_END_WIDTH];    // "`\n"
+};
+static_assert(sizeof(AR_HEADER) == 60, "archive member header must be 60 bytes");
+constexpr size_t AR_HEADER_SIZE = sizeof(AR_HEADER);
+
+constexpr char AR_HEADER_END[] = "`\n";
+
+// The writer's header layout: name, date, uid, gid, mode, size, terminator.
+// Every argument must fit its width so that exactly 60 characters come out.
+constexpr char AR_HEADER_FORMAT[] = "%-16s%-12ld%-6d%-6d%-8o%-10ld%-2s";
+
+// Special member names.
+constexpr char AR_SYMBOL_TABLE_NAME[] = "/";
+constexpr char AR_POSIX_NAME_TABLE[] = "//";
+constexpr char AR_NU_NAME_TABLE[] = "<filenames>/";
+
+// Names of this many characters or more go to the long-name table.
+constexpr size_t AR_LONG_NAME_MIN = 16;
+// Characters of a long name kept in the header's name field.
+constexpr size_t AR_SHORT_NAME_MAX = 15;
+
+// The size field holds 10 digits, but sizes are deliberately limited to 8.
+constexpr int32_t AR_MAX_MEMBER_SIZE = 99999999;
+// The largest long-name offset the 6-character uid field holds.
+constexpr int32_t AR_MAX_UID_OFFSET = 999999;
+
+// Copies a header field into a terminated buffer; the width comes from the
+// field's own type, so no field can be overrun.
+template <size_t N>
+inline void ar_field_text(const char (&field)[N], char (&text)[N + 1])
+{
+    memcpy(text, field, N);
+    text[N] = '\0';
+}
+
+// Parses a decimal header field the way "%ld" would on the 32-bit host the
+// format was designed on: leading blanks skipped, a sign allowed, at least
+// one digit required, values clamped to the 32-bit range.
+template <size_t N>
+inline bool ar_field_number(const char (&field)[N], int32_t* value)
+{
+    char text[N + 1];
+    ar_field_text(field, text);
+    char* end = nullptr;
+    long long parsed = strtoll(text, &end, 10);
+    if (end == text)
+        return false;
+    if (parsed > INT32_MAX)
+        parsed = INT32_MAX;
+    if (parsed < INT32_MIN)
+        parsed = INT32_MIN;
+    *value = static_cast<int32_t>(parsed);
+    return true;
+}
+
+// Data is padded to an even length.
+inline int64_t ar_padded(int64_t size)
+{
+    return size + (size & 1);
+}
+
+#endif
