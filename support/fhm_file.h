@@ -8,6 +8,7 @@ class FILE_HANDLE_MANAGER;
 
 // One managed file. Its stdio stream may be closed by the manager at any time
 // when too many are open; fp() reopens it transparently at the saved place.
+// Callers therefore ask fp() for the stream at every use and never keep it.
 class FHM_FILE {
 public:
     FILE* fp();                 // the stream, reopened first if evicted; null if that fails
@@ -16,6 +17,9 @@ public:
     bool is_open() const { return fp_ != nullptr; }
     int reopen_count() const { return reopen_count_; }
     void lock(bool on) { locked_ = on; }
+    bool is_locked() const { return locked_; }
+    unsigned last_use() const { return last_use_; }
+    FILE_HANDLE_MANAGER* manager() const { return manager_; }
 
 private:
     friend class FILE_HANDLE_MANAGER;
@@ -32,6 +36,8 @@ private:
     unsigned last_use_ = 0;
     int handle_index_ = -1;
     int open_slot_ = -1;
+    bool position_saved_ = false;  // fgetpos succeeded at the last eviction
+    bool close_failed_ = false;    // closing at an eviction lost buffered output
 };
 
 FHM_FILE* fhm_open(const char* name, const char* mode);  // null when it cannot be opened

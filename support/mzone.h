@@ -3,9 +3,13 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <new>
+#include <utility>
 
 // An object with a virtual destructor that a zone destroys when it is reset
-// or destroyed.
+// or destroyed. A registered object lives in the zone's own memory (see
+// MZONE::make): the zone runs its destructor and the memory goes with the
+// zone's blocks.
 class MZONE_OBJECT {
 public:
     virtual ~MZONE_OBJECT() {}
@@ -31,6 +35,17 @@ public:
     void register_object(MZONE_OBJECT* object);
     void adjust_mempoolsz();               // hook for containers; keeps no state
     void dump(bool verbose) const;
+    void dump(FILE* out, bool verbose) const;
+
+    // Carves a T from the zone, constructs it and registers it, so that its
+    // destructor runs when the zone is reset or destroyed.
+    template <class T, class... Args>
+    T* make(Args&&... args) {
+        static_assert(alignof(T) <= 8, "zone memory is 8-byte aligned");
+        T* object = new (alloc(sizeof(T))) T(std::forward<Args>(args)...);
+        register_object(object);
+        return object;
+    }
 
 private:
     struct BLOCK;

@@ -3,6 +3,9 @@
 
 #include <cstdarg>
 
+// printf-style checking of message formats (argument numbers count "this").
+#define USER_MSG_FORMAT(format_arg, first_arg) __attribute__((format(printf, format_arg, first_arg)))
+
 // The process-wide channel through which the program speaks to its user:
 // remarks, warnings, errors and fatal errors with fixed prefixes, wrapped to
 // 78 columns, counted against an error limit.
@@ -28,17 +31,18 @@ public:
     virtual void set_max_errors(int max);
     virtual int get_error_count();
     virtual int get_sev_level();
-    virtual void debug(const char* format, ...);
-    virtual void cont(const char* format, ...);
-    virtual void remark(const char* format, ...);
-    virtual void warning(unsigned int level, const char* format, ...);
-    virtual void error(const char* format, ...);
-    virtual void apperror(const char* format, ...);
-    virtual void fatal(const char* format, ...);
-    virtual void usage(const char* format, ...);
-    virtual void die(const char* a, const char* b, ...);
-    virtual void message(ERROR_SEVERITY severity, const char* format, va_list args, bool abort_on_exit);
-    virtual void message(ERROR_SEVERITY severity, const char* format, ...);
+    virtual void debug(const char* format, ...) USER_MSG_FORMAT(2, 3);
+    virtual void cont(const char* format, ...) USER_MSG_FORMAT(2, 3);
+    virtual void remark(const char* format, ...) USER_MSG_FORMAT(2, 3);
+    virtual void warning(unsigned int level, const char* format, ...) USER_MSG_FORMAT(3, 4);
+    virtual void error(const char* format, ...) USER_MSG_FORMAT(2, 3);
+    virtual void apperror(const char* format, ...) USER_MSG_FORMAT(2, 3);
+    virtual void fatal(const char* format, ...) USER_MSG_FORMAT(2, 3);
+    virtual void usage(const char* format, ...) USER_MSG_FORMAT(2, 3);
+    virtual void die(const char* a, const char* b, ...) USER_MSG_FORMAT(3, 4);
+    virtual void message(ERROR_SEVERITY severity, const char* format, va_list args, bool abort_on_exit)
+        USER_MSG_FORMAT(3, 0);
+    virtual void message(ERROR_SEVERITY severity, const char* format, ...) USER_MSG_FORMAT(3, 4);
 
 protected:
     USER_MSG();
