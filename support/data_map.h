@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <vector>
 
 class FHM_FILE;
 
@@ -78,7 +77,7 @@ public:
     uint32_t file_length() const { return file_length_; }
     const unsigned char* dptr() const;     // byte at the cursor; null when none
     unsigned char* data() const;           // first byte (loaded); null when the pool is empty
-    unsigned long pool_size() const { return pool_.size(); }
+    unsigned long pool_size() const { return pool_.length; }
 
     // Sequential reads at the cursor.
     uint8_t UINT8_read() const;
@@ -89,10 +88,12 @@ public:
     int32_t INT32_read() const;
     uint64_t UINT64_read() const;
     int64_t INT64_read() const;
-    uint64_t UINT_read(unsigned n) const;
-    int64_t INT_read(unsigned n) const;
+    uint64_t UINT_read(unsigned n) const;    // n bytes; n above 8 counts as 8
+    int64_t INT_read(unsigned n) const;      // no sign extension
     uint32_t ULEB128_read() const;
     int32_t SLEB128_read() const;
+    // Both fill all n bytes of the buffer (zeros where the map has none) and
+    // return how many of them came from the map or its file.
     unsigned long read(void* buffer, unsigned long n) const;
     unsigned long read_bypass(void* buffer, unsigned long n) const;
     const char* string_read() const;
@@ -108,13 +109,13 @@ public:
     void INT32_write(int32_t v);
     void UINT64_write(uint64_t v);
     void INT64_write(int64_t v);
-    void UINT_write(uint64_t value, unsigned n);
+    void UINT_write(uint64_t value, unsigned n);  // n above 8 counts as 8
     void INT_write(int64_t value, unsigned n);
     void ULEB128_write(uint32_t v);
     void SLEB128_write(int32_t v);
     void write(const void* buffer, unsigned long n);
     void string_write(const char* text);
-    void write(const DATA_MAP& other, unsigned long n);
+    void write(const DATA_MAP& other, unsigned long n);   // reads n bytes at other's cursor
     unsigned long write(FHM_FILE* f, unsigned long n);
 
     // Bit fields of a container at the cursor; the cursor does not move.
@@ -132,14 +133,33 @@ public:
     bool contains_all_zeroes() const;
 
 private:
+    // Owned bytes. [0, length) is the pool proper; [length, capacity) is kept
+    // zero, so lengthening within the capacity needs no clearing and fresh
+    // storage comes zeroed from the allocator.
+    struct POOL {
+        unsigned char* bytes = nullptr;
+        unsigned long length = 0;
+        unsigned long capacity = 0;
+    };
+
+    void copy_from(const DATA_MAP& src);
+    void take_copy(const unsigned char* p, unsigned long avail, unsigned long n) const;
     void load_buffer_into_mem() const;
-    void grow_mempool(unsigned long n) const;
+    unsigned long read_from_file(unsigned char* dest, uint64_t position, unsigned long n) const;
+    void grow_mempool(unsigned long n, bool amortize = false) const;
+    void reserve_mempool(unsigned long capacity) const;
     void free_mempool() const;
-    bool read_fits(unsigned long w) const;   // checks and reports a short pool
+    unsigned long valid_end() const;
+    unsigned char byte_at(uint64_t position) const;
+    unsigned long scan_length(unsigned char stop_mask) const;
+    const unsigned char* take(unsigned long w, unsigned char* scratch, unsigned long* got) const;
+    uint64_t read_uint(unsigned n) const;
+    void write_uint(uint64_t value, unsigned n);
     void make_room(unsigned long w);
     void finish_write(unsigned long w);
+    void write_hex_line(FILE* f, uint64_t first, unsigned count) const;
 
-    mutable std::vector<unsigned char> pool_;
+    mutable POOL pool_;
     mutable uint32_t size_;
     mutable uint32_t cursor_;
     mutable FHM_FILE* file_;
