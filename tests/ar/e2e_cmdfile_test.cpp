@@ -1,0 +1,112 @@
+// Runs driven by a command file, and fatal signals that arrive while the
+// command file is being read.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "tool_run.h"
+
+namespace {
+
+const std::string kShortUsage =
+    "WREN Archiver                           v1.0.0 release\n"
+    "(c) Copyright 2026 arwren developers    All rights reserved.\n"
+    "\n Syntax : arwren [arxdt][quvsh][012] archive files ...\n"
+    "          arwren @command_file\n";
+
+std::string listed(const std::string& name) {
+    return toc_text("         1   Thu Jan  1 00:00:00 1970    " + name + "\n");
+}
+
+TEST(CommandFileEndToEnd, TokensQuotesCommentsAndWarnings) {
+    struct {
+        const char* what;
+        std::string text;
+        std::string out;
+        std::string err;
+        int status;
+    } cases[] = {
+        {"quoted blanks", "t lib.a \"b c.o\"\n", listed("b c.o"), "", 0},
+        {"comments everywhere", "/* key */ t /* archive */\nlib.a a/*joined*/.o ; end\n",
+         listed("a.o"), "", 0},
+        {"semicolon joins the next line", "t lib.a a;note\n.o\n", listed("a.o"), "", 0},
+        {"hash kept in a dashed word", "t lib.a k-1#2.o # a.o\n", listed("k-1#2.o"), "", 0},
+        {"option in the file list", "t lib.a -v a.o\n",
+         "  -->  warning: option -v ignored in file list\n" + listed("a.o"), "", 0},
+        {"archive name rule", "t lib a.o", "", "  -->  error: cannot open archive: 'lib.lib'\n", 1},
+        {"bad key", "tz lib.a", "", "  -->  error: bad option 'z'\n", 1},
+        {"only comments", "; a\n# b\n/* c */\n", kShortUsage, "", 1},
+        {"no archive", "t\n", kShortUsage, "", 1},
+        {"unterminated comment", "t lib.a /* a.o", "",
+         ">> Unterminated comment in command file; aborting!\n", 255},
+        {"unterminated quote", "t lib.a \"a\tb\nc\n", "",
+         ">> Unterminated quote in command file; aborting\n"
+         "   Quote starts at \"a\\tb\\nc\n", 255},
+    };
+    for (const auto& c : cases) {
+        for (const char* form : {"@", "-@"}) {
+            SCRATCH_DIR dir;
+            dir.write("lib.a", archive_bytes({archive_member("a.o/", 0, "1"),
+                                              archive_member("b c.o/", 0, "2"),
+                                              archive_member("k-1#2.o/", 0, "3")}));
+            dir.write("cmds", c.text);
+            TOOL_RESULT result = dir.run({form + std::string("cmds"), "ignored"});
+            std::string what = std::string(c.what) + " " + form;
+            EXPECT_EQ(result.out, c.out) << what;
+            EXPECT_EQ(result.err, c.err) << what;
+            EXPECT_EQ(result.status, c.status) << what;
+        }
+    }
+}
+
+TEST(CommandFileEndToEnd, EditsFromACommandFile) {
+    SCRATCH_DIR dir;
+    dir.write("my file.txt", "abc", 1000000000);
+    dir.write("cmds", "aq lib.a \"my file.txt\"\n");
+    TOOL_RESULT result = dir.run({"@cmds"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(dir.read("lib.a"), archive_bytes({archive_member("my file.txt/", 1000000000, "abc")}));
+}
+
+// The command file is a pipe that is never written: the run waits in it with
+// its handlers installed when the signal comes.
+TEST(SignalEndToEnd, FatalSignalsReportAndExit) {
+    const std::string internal =
+        "\n\n\nThis is a serious problem.  Please contact Customer\n"
+        "Support with this message and a copy of the input file\n"
+        "and help us to continue to make the tools more robust.\n\n";
+    struct {
+        int signal_number;
+        std::string err;
+        int status;
+    } cases[] = {
+        {SIGINT, "[forced exit]\n", 2},
+        {SIGHUP, "[forced exit]\n", 2},
+        {SIGTERM, "[received a terminate signal]\n", 1},
+        {SIGSEGV, "\nINTERNAL ERROR: experienced a segmentation fault" + internal, 1},
+        {SIGXFSZ, "\nINTERNAL ERROR: exceeded the file size limit" + internal, 1},
+        {SIGUSR1, "", 128 + SIGUSR1},  // not in the handled set
+    };
+    for (const auto& c : cases) {
+        SCRATCH_DIR dir;
+        ASSERT_EQ(mkfifo(dir.at("cmds").c_str(), 0600), 0);
+        int pid = dir.start({"@cmds"});
+        int writer = open(dir.at("cmds").c_str(), O_WRONLY);  // returns once the run opened it
+        ASSERT_GE(writer, 0);
+        kill(pid, c.signal_number);
+        TOOL_RESULT result = dir.finish(pid);
+        close(writer);
+        EXPECT_EQ(result.out, "") << c.signal_number;
+        EXPECT_EQ(result.err, c.err) << c.signal_number;
+        EXPECT_EQ(result.status, c.status) << c.signal_number;
+    }
+}
+
+}  // namespace
