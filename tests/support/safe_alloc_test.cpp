@@ -1,0 +1,45 @@
+#include "support/safe_alloc.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+TEST(SafeAllocTest, NeverNullAndReallocOfNullAllocates) {
+    void* none = safemalloc(0);
+    EXPECT_NE(none, nullptr);
+    free(none);
+    unsigned char* zeroed = static_cast<unsigned char*>(safecalloc(16, 4));
+    for (int i = 0; i < 64; ++i)
+        ASSERT_EQ(zeroed[i], 0);
+    free(zeroed);
+    char* grown = static_cast<char*>(saferealloc(nullptr, 4));
+    memcpy(grown, "abc", 4);
+    grown = static_cast<char*>(saferealloc(grown, 4096));
+    EXPECT_STREQ(grown, "abc");
+    free(grown);
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+#define ARWREN_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ARWREN_ASAN 1
+#endif
+#endif
+
+#ifndef ARWREN_ASAN
+// The sanitizers' allocator reports huge requests itself instead of
+// returning null, so these run only in plain builds.
+TEST(SafeAllocDeathTest, FailureEndsProcess) {
+    EXPECT_EXIT(safemalloc(SIZE_MAX / 2), testing::ExitedWithCode(1), "^ERROR: out of memory\n$");
+    EXPECT_EXIT(safecalloc(SIZE_MAX / 2, 4), testing::ExitedWithCode(1), "^ERROR: out of memory\n$");
+    EXPECT_EXIT(saferealloc(nullptr, SIZE_MAX / 2), testing::ExitedWithCode(1),
+                "^ERROR: out of memory\n$");
+}
+#endif
+
+}  // namespace
