@@ -17,13 +17,6 @@ int32_t read_be32(const unsigned char* p)
     return static_cast<int32_t>(v);
 }
 
-// The special members whose date and uid fields are never looked at.
-bool is_special_name(const char* name)
-{
-    return strcmp(name, AR_SYMBOL_TABLE_NAME) == 0 || strcmp(name, AR_POSIX_NAME_TABLE) == 0 ||
-           strcmp(name, AR_NU_NAME_TABLE) == 0;
-}
-
 size_t trim_trailing_blanks(char* text)
 {
     size_t len = strlen(text);
@@ -132,7 +125,7 @@ AR_MEMBER* AR_FILE::read_member_header(int32_t offset)
     int32_t size = 0, date = 0, uid = 0;
     bool ok = memcmp(header.end, AR_HEADER_END, AR_END_WIDTH) == 0 &&
               ar_field_number(header.size, &size);
-    if (ok && !is_special_name(name))
+    if (ok && !ar_is_special_name(name))
         ok = ar_field_number(header.date, &date) && ar_field_number(header.uid, &uid);
     // Negative sizes and data reaching past the 32-bit offset range cannot
     // be laid out; they are corrupt here rather than misread later.

@@ -44,6 +44,16 @@ constexpr char AR_SYMBOL_TABLE_NAME[] = "/";
 constexpr char AR_POSIX_NAME_TABLE[] = "//";
 constexpr char AR_NU_NAME_TABLE[] = "<filenames>/";
 
+inline bool ar_is_special_name(const char* name)
+{
+    return strcmp(name, AR_SYMBOL_TABLE_NAME) == 0 || strcmp(name, AR_POSIX_NAME_TABLE) == 0 ||
+           strcmp(name, AR_NU_NAME_TABLE) == 0;
+}
+
+// Room for any text the writer puts in the name field, with its NUL:
+// 15 characters and "/", a special name, or "/" and a 32-bit offset.
+constexpr size_t AR_NAME_TEXT_SIZE = AR_NAME_WIDTH + 8;
+
 // Names of this many characters or more go to the long-name table.
 constexpr size_t AR_LONG_NAME_MIN = 16;
 // Characters of a long name kept in the header's name field.

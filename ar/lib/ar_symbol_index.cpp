@@ -1,8 +1,91 @@
 // The archive's symbol index: one entry per global or weak definition, in
-// member order, built afresh every time the archive is written.
-#include "ar/lib/ar_file.h"
-
+// member order and, within a member, in symbol-table order. It is built
+// afresh every time the archive is written and deliberately neither sorted
+// nor de-duplicated.
 #include <cstring>
+
+#include "ar/lib/ar_file.h"
+#include "ar/lib/ar_header.h"
+#include "ofe/object_file.h"
+#include "ofe/of_symbol.h"
+#include "ofe/of_symbol_table.h"
+
+namespace {
+
+bool is_indexed(OFE::OF_SYMBOL* symbol)
+{
+    OFE::OF_SYM_BINDING binding = symbol->binding();
+    OFE::OF_SYM_KIND kind = symbol->kind();
+    return (binding == OFE::OF_SYM_BINDING_GLOBAL || binding == OFE::OF_SYM_BINDING_WEAK) &&
+           (kind == OFE::OF_SYM_KIND_DEFINED || kind == OFE::OF_SYM_KIND_ABSOLUTE ||
+            kind == OFE::OF_SYM_KIND_COMMON);
+}
+
+}  // namespace
+
+void AR_FILE::build_symbol_table()
+{
+    first_symbol_ = nullptr;
+    last_symbol_ = nullptr;
+    symbol_count_ = 0;
+    symbol_table_size_ = 0;
+    symbol_data_ = nullptr;
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next)
+        find_symbols(m);
+    if (symbol_table_size_ == 0)
+        return;
+    symbol_table_size_ += 4;  // the count word
+    // Lay out the new archive: magic, index, long-name table, then members,
+    // each header at an even offset.
+    int64_t offset = int64_t(AR_MAGIC_SIZE) + int64_t(AR_HEADER_SIZE) +
+                     ar_padded(symbol_table_size_);
+    if (long_name_size_ != 0)
+        offset += int64_t(AR_HEADER_SIZE) + ar_padded(long_name_size_);
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
+        m->header_offset = int32_t(offset);
+        offset += int64_t(AR_HEADER_SIZE) + ar_padded(m->size);
+    }
+    for (AR_SYMBOL* s = first_symbol_; s != nullptr; s = s->next)
+        s->offset = s->member->header_offset;
+}
+
+// A member that cannot be opened or is no object file adds nothing; opening
+// has already reported its own failure.
+void AR_FILE::find_symbols(AR_MEMBER* member)
+{
+    FHM_FILE* contents = open_member(member);
+    if (contents == nullptr)
+        return;
+    if (member->size > 0) {
+        OFE::OBJECT_FILE* object =
+            OFE::OBJECT_FILE::new_OBJECT_FILE(contents, (unsigned long)member->size, nullptr, nullptr);
+        if (object != nullptr) {
+            scan_symbols(member, object);
+            delete object;
+        }
+    }
+    close_member(member, contents);
+}
+
+void AR_FILE::scan_symbols(AR_MEMBER* member, OFE::OBJECT_FILE* object_file)
+{
+    OFE::OF_SYMBOL_TABLE* table = object_file->symbol_table();
+    if (table == nullptr)
+        return;
+    for (unsigned long id = 0; id < table->symnum(); id = table->next_symbol_id(id)) {
+        OFE::OF_SYMBOL* symbol = table->symbol(id);
+        if (symbol != nullptr && is_indexed(symbol))
+            add_symbol_entry(symbol->name() != nullptr ? symbol->name() : "", member);
+    }
+}
+
+// Each entry costs its 4-byte offset, its name and the name's NUL.
+void AR_FILE::add_symbol_entry(const char* name, AR_MEMBER* member)
+{
+    size_t len = strlen(name);
+    append_symbol(zone_.strdup(name), member, 0);
+    symbol_table_size_ += int32_t(len) + 5;
+}
 
 void AR_FILE::append_symbol(char* name, AR_MEMBER* member, int32_t offset)
 {
@@ -16,4 +99,22 @@ void AR_FILE::append_symbol(char* name, AR_MEMBER* member, int32_t offset)
         first_symbol_ = s;
     last_symbol_ = s;
     ++symbol_count_;
+}
+
+int AR_FILE::member_format(AR_MEMBER* member)
+{
+    FHM_FILE* contents = open_member(member);
+    if (contents == nullptr)
+        return 0;
+    int format = 0;
+    if (member->size > 0) {
+        OFE::OBJECT_FILE* object =
+            OFE::OBJECT_FILE::new_OBJECT_FILE(contents, (unsigned long)member->size, nullptr, nullptr);
+        if (object != nullptr) {
+            format = object->format();
+            delete object;
+        }
+    }
+    close_member(member, contents);
+    return format;
 }

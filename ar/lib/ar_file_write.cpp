@@ -1,0 +1,336 @@
+// Writing an archive anew: the old archive is moved aside under a temporary
+// name, the new one is written under the final name, and the old one is
+// removed only once the new one is complete.
+//
+// cleanup() may run from a fatal-signal handler at any instruction, so every
+// step below changes the rewrite state in an order that leaves, under the
+// archive's name, either the old archive untouched or the new one complete.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "ar/lib/ar_file.h"
+#include "ar/lib/ar_header.h"
+#include "support/fhm_file.h"
+#include "support/file_names.h"
+
+namespace {
+
+constexpr size_t COPY_CHUNK = 4096;
+
+}  // namespace
+
+int copy_file(FHM_FILE* from, FHM_FILE* to, int32_t size, bool pad)
+{
+    FILE* in = from->fp();
+    FILE* out = to->fp();
+    if (in == nullptr)
+        return AR_FILE_READ_ERROR;
+    if (out == nullptr)
+        return AR_WRITE_ERROR;
+    char chunk[COPY_CHUNK];
+    for (int64_t left = size; left > 0;) {
+        size_t n = left < int64_t(sizeof chunk) ? size_t(left) : sizeof chunk;
+        if (fread(chunk, 1, n, in) != n)
+            return AR_FILE_READ_ERROR;
+        if (fwrite(chunk, 1, n, out) != n)
+            return AR_WRITE_ERROR;
+        left -= int64_t(n);
+    }
+    if (pad && (size & 1) != 0 && fputc('\n', out) == EOF)
+        return AR_WRITE_ERROR;
+    return 0;
+}
+
+bool AR_FILE::write_archive(AR_ABI abi)
+{
+    if (!open_new_ar(abi))
+        return false;
+    calculate_long_name_offsets();
+    build_symbol_table();
+    if (!write_symbol_table() || !write_long_name_table() || !write_members())
+        return false;
+    return finish_new_archive();
+}
+
+bool AR_FILE::open_new_ar(AR_ABI abi)
+{
+    final_name_ = name_;
+    // An archive read without a long-name table has no format of its own
+    // and is rewritten in POSIX form unless a format is asked for.
+    if (abi != AR_ABI_KEEP)
+        format_ = abi;
+    else if (format_ == AR_ABI_KEEP)
+        format_ = AR_ABI_POSIX;
+    if (input_ != nullptr && !move_old_archive_aside())
+        return false;
+    return create_new_archive();
+}
+
+// The temporary name lies in the archive's own directory so that moving the
+// archive aside and back are plain renames.
+bool AR_FILE::move_old_archive_aside()
+{
+    char* dir = nullptr;
+    fn_split(final_name_, &dir, nullptr, nullptr);
+    char* temp = fn_tmpnam(nullptr, "AR", dir);
+    temp_name_ = zone_.strdup(temp);
+    free(temp);
+    close_input_ar();
+    // Flag first: a signal between the two steps then finds nothing under
+    // the temporary name and renames nothing back.
+    moved_aside_ = 1;
+    if (!fn_rename(final_name_, temp_name_)) {
+        moved_aside_ = 0;
+        set_error(AR_CREATE_ERROR, "Cannot create new archive");
+        return false;
+    }
+    name_ = temp_name_;
+    FHM_FILE* input = fhm_open(temp_name_, "rb");
+    if (input == nullptr) {
+        set_error(AR_CREATE_ERROR, "Cannot create archive: '%s'", name_);
+        return false;
+    }
+    owns_input_ = true;
+    input_ = input;
+    set_stream_buffer(input_, &input_buffer_);
+    return true;
+}
+
+bool AR_FILE::create_new_archive()
+{
+    // Flag first: whatever is created under the final name from here on is
+    // the half-written new archive that cleanup() removes.
+    output_live_ = 1;
+    FHM_FILE* output = fhm_open(final_name_, "wb");
+    if (output == nullptr) {
+        output_live_ = 0;
+        set_error(AR_CREATE_ERROR, "Cannot create archive: '%s'", name_);
+        return false;
+    }
+    output_ = output;
+    set_stream_buffer(output_, &output_buffer_);
+    if (write_bytes(AR_MAGIC, AR_MAGIC_SIZE) != int64_t(AR_MAGIC_SIZE)) {
+        set_error(AR_WRITE_ERROR, "Cannot write archive: '%s'", final_name_);
+        return false;
+    }
+    return true;
+}
+
+// Long names are numbered by their place in the table: the NU table starts
+// with a "\n" so that its first name is at 1 and 0 can mean "no long name";
+// the POSIX table starts at 0.
+void AR_FILE::calculate_long_name_offsets()
+{
+    long_name_size_ = 0;
+    if (format_ == AR_ABI_ORIGINAL)
+        return;
+    int64_t offset = format_ == AR_ABI_NU_LONG_NAME ? 1 : 0;
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
+        size_t len = strlen(m->name);
+        m->long_name_offset = 0;
+        if (len >= AR_LONG_NAME_MIN) {
+            m->long_name_offset = int32_t(offset);
+            offset += int64_t(len) + 2;  // the name, "/" and "\n"
+        }
+    }
+    if (offset >= 2)
+        long_name_size_ = int32_t(offset);
+}
+
+const char* AR_FILE::format_member_name(const AR_MEMBER* member, char* field) const
+{
+    const char* name = member->name;
+    if (ar_is_special_name(name)) {
+        strcpy(field, name);
+    } else if (format_ == AR_ABI_POSIX && is_long_name(name)) {
+        snprintf(field, AR_NAME_TEXT_SIZE, "/%ld", long(member->long_name_offset));
+    } else {
+        // The original and NU formats keep 15 characters; in the original
+        // format the rest of a long name is lost, deliberately.
+        size_t len = strnlen(name, AR_SHORT_NAME_MAX);
+        memcpy(field, name, len);
+        field[len] = '/';
+        field[len + 1] = '\0';
+    }
+    return field;
+}
+
+bool AR_FILE::write_header(const AR_MEMBER* member)
+{
+    // The size field has room for 10 digits but sizes stop at 8.
+    if (member->size > AR_MAX_MEMBER_SIZE) {
+        set_error(AR_MEMBER_TOO_LARGE, "Member file too large: '%s'", member->name);
+        return false;
+    }
+    int uid = 0;
+    if (format_ == AR_ABI_NU_LONG_NAME) {
+        if (member->long_name_offset > AR_MAX_UID_OFFSET) {
+            set_error(AR_NAME_TABLE_TOO_LARGE, "Archive file name table too large");
+            return false;
+        }
+        uid = member->long_name_offset;
+    }
+    char field[AR_NAME_TEXT_SIZE];
+    char text[2 * AR_HEADER_SIZE];
+    int n = snprintf(text, sizeof text, AR_HEADER_FORMAT, format_member_name(member, field),
+                     long(member->date), uid, 0, 0u, long(member->size), AR_HEADER_END);
+    if (n != int(AR_HEADER_SIZE) || write_bytes(text, AR_HEADER_SIZE) != n) {
+        set_error(AR_WRITE_ERROR, "Cannot write archive: '%s'", final_name_);
+        return false;
+    }
+    return true;
+}
+
+int64_t AR_FILE::write_bytes(const void* data, size_t size)
+{
+    FILE* fp = output_ != nullptr ? output_->fp() : nullptr;
+    return fp != nullptr ? int64_t(fwrite(data, 1, size, fp)) : 0;
+}
+
+// The index counts its own padding byte (a NUL) in its size, unlike every
+// other member.
+bool AR_FILE::write_symbol_table()
+{
+    if (symbol_table_size_ == 0)
+        return true;
+    int64_t padded = ar_padded(symbol_table_size_);
+    AR_MEMBER index{};
+    index.name = const_cast<char*>(AR_SYMBOL_TABLE_NAME);
+    index.size = int32_t(padded);
+    if (!write_header(&index))
+        return false;
+    unsigned char word[4];
+    auto put_be32 = [&](int32_t value) {
+        uint32_t v = uint32_t(value);
+        word[0] = uint8_t(v >> 24), word[1] = uint8_t(v >> 16);
+        word[2] = uint8_t(v >> 8), word[3] = uint8_t(v);
+        return write_bytes(word, sizeof word);
+    };
+    int64_t written = put_be32(symbol_count_);
+    for (AR_SYMBOL* s = first_symbol_; s != nullptr; s = s->next)
+        written += put_be32(s->offset);
+    for (AR_SYMBOL* s = first_symbol_; s != nullptr; s = s->next)
+        written += write_bytes(s->name, strlen(s->name) + 1);
+    if ((symbol_table_size_ & 1) != 0)
+        written += write_bytes("", 1);
+    if (written != padded) {
+        set_error(AR_WRITE_ERROR, "Cannot write symbol table");
+        return false;
+    }
+    return true;
+}
+
+bool AR_FILE::write_long_name_table()
+{
+    if (long_name_size_ == 0)
+        return true;
+    bool nu = format_ == AR_ABI_NU_LONG_NAME;
+    AR_MEMBER table{};
+    table.name = const_cast<char*>(nu ? AR_NU_NAME_TABLE : AR_POSIX_NAME_TABLE);
+    table.size = long_name_size_;
+    if (!write_header(&table))
+        return false;
+    int64_t written = nu ? write_bytes("\n", 1) : 0;
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
+        size_t len = strlen(m->name);
+        if (len >= AR_LONG_NAME_MIN)
+            written += write_bytes(m->name, len) + write_bytes("/\n", 2);
+    }
+    if ((long_name_size_ & 1) != 0)
+        written += write_bytes("\n", 1);
+    if (written != ar_padded(long_name_size_)) {
+        set_error(AR_WRITE_ERROR, "Cannot write name_table");
+        return false;
+    }
+    return true;
+}
+
+bool AR_FILE::write_members()
+{
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
+        if (!write_member(m))
+            return false;
+    }
+    return true;
+}
+
+bool AR_FILE::write_member(AR_MEMBER* member)
+{
+    if (member->size == 0)
+        return write_header(member);
+    int before = errors_;
+    FHM_FILE* contents = open_member(member);
+    if (contents == nullptr) {
+        // Neither a source file nor an input archive to copy from.
+        if (errors_ == before)
+            set_error(AR_FILE_READ_ERROR, "Cannot read file: '%s'", member->name);
+        return false;
+    }
+    if (!write_header(member)) {
+        close_member(member, contents);
+        return false;
+    }
+    int result = copy_file(contents, output_, member->size, true);
+    close_member(member, contents);
+    if (result != 0) {
+        set_error(AR_ERROR_CODE(result), "Error writing archive");
+        return false;
+    }
+    return true;
+}
+
+// The new archive is complete once its stream is flushed and closed; only
+// then does the old one go.
+bool AR_FILE::finish_new_archive()
+{
+    FHM_FILE* output = output_;
+    FILE* fp = output->fp();
+    bool ok = fp != nullptr && fflush(fp) == 0 && ferror(fp) == 0;
+    output_ = nullptr;
+    if (fhm_close(output) != 0)
+        ok = false;
+    if (!ok) {
+        set_error(AR_WRITE_ERROR, "Cannot write archive: '%s'", final_name_);
+        return false;
+    }
+    output_live_ = 0;
+    remove_old_archive();
+    return true;
+}
+
+// The moved-aside flag is cleared only after the old file is gone: until
+// then a signal still finds and restores it.
+void AR_FILE::remove_old_archive()
+{
+    close_input_ar();
+    if (moved_aside_) {
+        fn_delete(temp_name_);
+        moved_aside_ = 0;
+    }
+    name_ = final_name_;
+}
+
+// Puts the files right first, with plain renames and removals, and closes
+// the streams only afterwards. Each step is safe to repeat, so a signal
+// arriving while the error path runs cleanup() does no harm.
+void AR_FILE::cleanup()
+{
+    if (output_live_) {
+        fn_delete(final_name_);
+        output_live_ = 0;
+    }
+    if (moved_aside_) {
+        // When the temporary name lay on another device the rename was a
+        // copy; the leftover copy is removed once the archive is back.
+        if (fn_rename(temp_name_, final_name_))
+            fn_delete(temp_name_);
+        moved_aside_ = 0;
+        name_ = final_name_;
+    }
+    FHM_FILE* output = output_;
+    output_ = nullptr;
+    if (output != nullptr)
+        fhm_close(output);
+    close_input_ar();
+}
