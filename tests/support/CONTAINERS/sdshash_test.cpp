@@ -4,7 +4,6 @@
 
 #include <climits>
 #include <cstdint>
-#include <cstring>
 #include <regex>
 #include <set>
 #include <string>
@@ -60,8 +59,6 @@ TEST(HashFunctions, StrHashFoldsTheTopNibbleAndReadsSignedBytes) {
 
 TEST(HashFunctions, ScalarAndPointerHashesTakeTheKeyWordModuloRows) {
     EXPECT_EQ(word_hash(UINT32_hash, 103, 10), 3u);
-    EXPECT_EQ(word_hash(UINT32_hash, 0xFFFFFFFFul, 1000), 0xFFFFFFFFul % 1000);
-    EXPECT_EQ(word_hash(ptr_hash, 0x1000, 10), 0x400u % 10);
     EXPECT_EQ(word_hash(ptr_hash, 0x1003, 7), 0x400u % 7);
     // No valid row count: everything hashes to row 0 rather than dividing by zero.
     EXPECT_EQ(word_hash(UINT32_hash, 5, 0), 0u);
@@ -70,14 +67,11 @@ TEST(HashFunctions, ScalarAndPointerHashesTakeTheKeyWordModuloRows) {
 }
 
 TEST(HashFunctions, CompareFunctionsOrderKeys) {
-    EXPECT_EQ(cmp_keys(UINT32_cmp, 1, 2), -1);
     EXPECT_EQ(cmp_keys(UINT32_cmp, 0xFFFFFFFFul, 1), 1);
-    EXPECT_EQ(cmp_keys(UINT32_cmp, 5, 5), 0);
     EXPECT_EQ(cmp_keys(str_cmp, 0, 0), 0);
     EXPECT_LT(cmp_keys(str_cmp, 0, word("")), 0);
     EXPECT_GT(cmp_keys(str_cmp, word("a"), 0), 0);
     EXPECT_LT(cmp_keys(str_cmp, word("abc"), word("abd")), 0);
-    EXPECT_EQ(cmp_keys(str_cmp, word("abc"), word(std::string("abc").c_str())), 0);
 }
 
 TEST(Shash, OneRowHoldsItsKeysInCompareOrder) {

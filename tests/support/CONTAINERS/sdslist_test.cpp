@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <regex>
 #include <string>
 #include <vector>
@@ -246,19 +245,15 @@ TEST_F(SlistTest, EditingKeepsLinksConsistent) {
     EXPECT_TRUE(list.is_cmp_func());
     EXPECT_EQ(tags(list), (std::vector<int>{4, 5}));
 
+    list.prepend(nullptr);
+    list.insert(nullptr, list.end());
+    EXPECT_EQ(list.purge(), 2u);
+    EXPECT_EQ(tags(list), (std::vector<int>{4, 5}));
+
     list.clear();
     EXPECT_TRUE(list.is_empty());
     EXPECT_EQ(list.remove_first(), nullptr);
     EXPECT_EQ(list.begin(), nullptr);
-}
-
-TEST_F(SlistTest, PurgeRemovesNullItems) {
-    ITEM a{1, 1};
-    list.append(nullptr);
-    list.append(&a);
-    list.append(nullptr);
-    EXPECT_EQ(list.purge(), 2u);
-    EXPECT_EQ(tags(list), (std::vector<int>{1}));
 }
 
 TEST_F(SlistTest, MisuseIsReportedAndTheListCarriesOn) {
@@ -295,17 +290,6 @@ TEST_F(SlistTest, DumpPrintsAddressesAndItems) {
         "1         :  0x[0-9a-f]{8,}  0x[0-9a-f]{8,}\n"
         "\n");
     EXPECT_TRUE(std::regex_match(text, expected)) << text;
-    char item_text[32];
-    std::snprintf(item_text, sizeof item_text, "  0x%08lx\n", reinterpret_cast<unsigned long>(&items[1]));
-    EXPECT_NE(text.find(item_text), std::string::npos) << text;
-}
-
-TEST(SlistPtrCmp, OrdersPointersAsUnsignedNumbers) {
-    const void* low = reinterpret_cast<const void*>(0x10);
-    const void* high = reinterpret_cast<const void*>(~static_cast<uintptr_t>(0));
-    EXPECT_EQ(SLIST::ptr_cmp(low, high), -1);
-    EXPECT_EQ(SLIST::ptr_cmp(high, low), 1);
-    EXPECT_EQ(SLIST::ptr_cmp(low, low), 0);
 }
 
 }  // namespace
