@@ -7,6 +7,7 @@
 #include <dirent.h>
 #include <string>
 #include <sys/resource.h>
+#include <unistd.h>
 #include <vector>
 
 #include "common/scratch_dir.h"
@@ -197,32 +198,45 @@ TEST_F(ManagedFiles, DeletedFileCannotBeReopened) {
         fhm_close(file);
 }
 
-// With the process out of descriptors, opening evicts and retries.
-TEST_F(ManagedFiles, DescriptorShortageEvictsAndRetries) {
-    auto run = [this] {
-        int in_use = 0;
-        if (DIR* fds = opendir("/proc/self/fd")) {
-            while (readdir(fds) != nullptr)
-                ++in_use;
-            closedir(fds);
-        }
-        rlimit limit{static_cast<rlim_t>(in_use + 2), static_cast<rlim_t>(in_use + 2)};
-        if (in_use == 0 || setrlimit(RLIMIT_NOFILE, &limit) != 0)
-            exit(3);
+// With the process out of descriptors, opening evicts and retries. Runs in
+// a child process; the result is its exit status.
+int open_twelve_with_few_descriptors(const std::vector<std::string>& names) {
+    int in_use = 0;
+    if (DIR* fds = opendir("/proc/self/fd")) {
+        while (readdir(fds) != nullptr)
+            ++in_use;
+        closedir(fds);
+    }
+    rlimit saved;
+    if (in_use == 0 || getrlimit(RLIMIT_NOFILE, &saved) != 0)
+        return 3;
+    rlimit tight{static_cast<rlim_t>(in_use + 2), saved.rlim_max};
+    if (setrlimit(RLIMIT_NOFILE, &tight) != 0)
+        return 3;
+    int status = 0;
+    {
         FILE_HANDLE_MANAGER local;
         std::vector<FHM_FILE*> files;
-        for (int i = 0; i < 12; ++i) {
+        for (int i = 0; i < 12 && status == 0; ++i) {
             files.push_back(local.open(names[i].c_str(), "rb"));
             if (files.back() == nullptr)
-                exit(2);
+                status = 2;
         }
-        for (int i = 0; i < 12; ++i) {
-            if (read_pair(files[i], 'a' + i) != 0)
-                exit(4);
+        for (int i = 0; i < 12 && status == 0; ++i) {
+            unsigned char pair[2];
+            FILE* stream = files[i]->fp();
+            if (stream == nullptr || fread(pair, 1, 2, stream) != 2 || pair[0] != 'a' + i)
+                status = 4;
         }
-        exit(local.open_count() < 12 ? 0 : 5);
-    };
-    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+        if (status == 0 && local.open_count() == 12)
+            status = 5;   // the limit did not bite
+    }
+    setrlimit(RLIMIT_NOFILE, &saved);
+    return status;
+}
+
+TEST_F(ManagedFiles, DescriptorShortageEvictsAndRetries) {
+    EXPECT_EXIT(_exit(open_twelve_with_few_descriptors(names)), testing::ExitedWithCode(0), "");
 }
 
 TEST(FhmTest, StandardStreamsAreNeverClosed) {
