@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <climits>
 #include <dirent.h>
 #include <string>
@@ -120,7 +119,6 @@ TEST_F(ManagedFiles, LockedFilesAreNeverEvicted) {
         file->lock(true);
     extra->lock(true);
     files[1]->lock(false);
-    errno = 0;
     EXPECT_EQ(manager.open(names[1].c_str(), "rb"), nullptr);   // every slot locked
     EXPECT_EQ(files[1]->fp(), nullptr);                          // cannot come back either
     extra->lock(false);
@@ -177,25 +175,6 @@ TEST_F(ManagedFiles, ManyMoreHandlesThanStreams) {
     for (FHM_FILE* file : files)
         fhm_close(file);
     EXPECT_EQ(manager.handle_count(), 0);
-}
-
-TEST_F(ManagedFiles, MissingFileIsNotKept) {
-    errno = 0;
-    EXPECT_EQ(manager.open(scratch.path("missing").c_str(), "rb"), nullptr);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(manager.handle_count(), 0);
-    EXPECT_EQ(manager.open_count(), 0);
-}
-
-TEST_F(ManagedFiles, DeletedFileCannotBeReopened) {
-    std::vector<FHM_FILE*> files;
-    for (int i = 0; i < 13; ++i)
-        files.push_back(manager.open(names[i].c_str(), "rb"));
-    ASSERT_FALSE(files[0]->is_open());
-    remove(names[0].c_str());
-    EXPECT_EQ(files[0]->fp(), nullptr);
-    for (FHM_FILE* file : files)
-        fhm_close(file);
 }
 
 // With the process out of descriptors, opening evicts and retries. Runs in

@@ -141,18 +141,6 @@ TEST(FileNamesTest, SmallWrappers) {
     EXPECT_NE(fn_delete(full.c_str()), 0);
 }
 
-TEST(FileNamesTest, WorkingDirectory) {
-    SCRATCH_DIR scratch;
-    char* before = fn_get_working_dir();
-    ASSERT_NE(before, nullptr);
-    ASSERT_EQ(fn_change_dir(scratch.dir().c_str()), 0);
-    char* inside = fn_get_working_dir();
-    EXPECT_TRUE(fn_samefile(inside, scratch.dir().c_str()));
-    EXPECT_EQ(fn_change_dir(before), 0);
-    free(inside);
-    free(before);
-}
-
 TEST(FileNamesTest, RenameWithinDevice) {
     SCRATCH_DIR scratch;
     std::string from = scratch.write("from", "payload");

@@ -77,20 +77,6 @@ TEST(MzoneTest, ResetKeepsAndZeroesNewestBlock) {
         ASSERT_EQ(again[i], 0) << i;
 }
 
-TEST(MzoneTest, IdsComeFromOneCounter) {
-    MZONE a, b;
-    EXPECT_EQ(b.id(), a.id() + 1);
-}
-
-TEST(MzoneTest, StrdupCopiesIntoZone) {
-    MZONE zone(64);
-    const char text[] = "member.o";
-    char* copy = zone.strdup(text);
-    EXPECT_STREQ(copy, text);
-    EXPECT_NE(copy, text);
-    EXPECT_EQ(zone.strdup(nullptr), nullptr);
-}
-
 class LOGGED : public MZONE_OBJECT {
 public:
     LOGGED(std::vector<int>* log, int tag) : log_(log), tag_(tag) {}

@@ -8,14 +8,10 @@
 
 namespace {
 
-TEST(SafeAllocTest, NeverNullAndReallocOfNullAllocates) {
+TEST(SafeAllocTest, ZeroBytesAndNullPointerStillAllocate) {
     void* none = safemalloc(0);
     EXPECT_NE(none, nullptr);
     free(none);
-    unsigned char* zeroed = static_cast<unsigned char*>(safecalloc(16, 4));
-    for (int i = 0; i < 64; ++i)
-        ASSERT_EQ(zeroed[i], 0);
-    free(zeroed);
     char* grown = static_cast<char*>(saferealloc(nullptr, 4));
     memcpy(grown, "abc", 4);
     grown = static_cast<char*>(saferealloc(grown, 4096));
