@@ -13,7 +13,7 @@
 #include "support/data_map.h"
 #include "support/fhm_file.h"
 #include "support/user_msg.h"
-#include "test_object_file.h"
+#include "ofe/test_object_file.h"
 
 using namespace OFE;
 

@@ -1,0 +1,41 @@
+#ifndef ARWREN_TESTS_OFE_ELF_ELF_TEST_ENV_H
+#define ARWREN_TESTS_OFE_ELF_ELF_TEST_ENV_H
+
+// Opens built ELF objects through the factory, as the archive does, and keeps
+// the errors the files raise.
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <memory>
+#include <string>
+
+#include "common/elf_builder.h"
+#include "common/scratch_dir.h"
+#include "ofe/elf/elf_file.h"
+#include "support/user_msg.h"
+#include "ofe/test_object_file.h"
+
+class ElfTestEnv {
+protected:
+    ElfTestEnv() {
+        USER_MSG::get_umsg_obj()->set_max_errors(INT_MAX);
+        ERROR_LOG::calls().clear();
+    }
+
+    std::unique_ptr<OFE::ELF_FILE> open(const ELF_BUILDER& builder, const char* name = "t.o") {
+        return open_bytes(builder.bytes(), name);
+    }
+
+    std::unique_ptr<OFE::ELF_FILE> open_bytes(const std::string& bytes, const char* name = "t.o") {
+        OFE::OBJECT_FILE* file =
+            OFE::OBJECT_FILE::new_OBJECT_FILE(dir_.write(name, bytes).c_str(), ERROR_LOG::callback);
+        EXPECT_NE(file, nullptr);
+        EXPECT_TRUE(!file || file->format() == OFE::OF_FORMAT_ELF);
+        return std::unique_ptr<OFE::ELF_FILE>(static_cast<OFE::ELF_FILE*>(file));
+    }
+
+    SCRATCH_DIR dir_;
+};
+
+#endif
