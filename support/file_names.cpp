@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cstdint>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -170,13 +171,42 @@ int fn_rename(const char* from, const char* to) {
 // characters of the prefix. A name without a directory part lives in the
 // current directory. The second argument is accepted for its callers and
 // deliberately ignored.
+// Makes "dir/" + prefix + six random characters, as the platform's tempnam
+// does, but always in the directory given: the archive writer renames the old
+// archive to this name and relies on it lying beside the archive (a rename,
+// never a copy across devices), so no environment variable may move it.
+static char* unique_temp_name(const char* dir, const char* prefix) {
+    struct stat st;
+    if (stat(dir, &st) != 0 || !S_ISDIR(st.st_mode))
+        return nullptr;
+    size_t length = strlen(dir);
+    bool slash = length > 0 && dir[length - 1] != '/';
+    char* name = static_cast<char*>(safemalloc(length + 1 + 5 + 6 + 1));
+    unsigned seed = static_cast<unsigned>(getpid()) * 2654435761u ^
+                    static_cast<unsigned>(reinterpret_cast<uintptr_t>(&st));
+    for (int attempt = 0; attempt < 1000; ++attempt) {
+        char tail[7];
+        for (int i = 0; i < 6; ++i) {
+            seed = seed * 1103515245u + 12345u + static_cast<unsigned>(attempt);
+            tail[i] = BASE62[(seed >> 16) % 62];
+        }
+        tail[6] = '\0';
+        sprintf(name, "%s%s%s%s", dir, slash ? "/" : "", prefix, tail);
+        if (lstat(name, &st) != 0 && errno == ENOENT)
+            return name;
+    }
+    free(name);
+    errno = EEXIST;
+    return nullptr;
+}
+
 char* fn_tmpnam(char* buffer, const char* /*ignored*/, const char* dir) {
     char prefix[6];
     temp_prefix(prefix);
-    if (dir != nullptr && dir[0] == '\0')
+    if (dir == nullptr || dir[0] == '\0')
         dir = ".";
     errno = 0;
-    char* name = tempnam(dir, prefix);
+    char* name = unique_temp_name(dir, prefix);
     if (name == nullptr) {
         fprintf(stderr, "ERROR: cannot create temporary file name; %s\n",
                 errno == ENOMEM ? "out of memory" : "check directory permissions");
