@@ -45,7 +45,7 @@ private:
 // the file to be at most "open". add_string then answers kNoOffset.
 class OF_STRING_TABLE : public OF_STRING_TABLE_MANAGER, public OF_STATE_MACHINE {
 public:
-    static const unsigned long kNoOffset = ~0UL;
+    static constexpr unsigned long kNoOffset = ~0UL;
 
     explicit OF_STRING_TABLE(OBJECT_FILE* file) : OF_STATE_MACHINE(file) {}
 
