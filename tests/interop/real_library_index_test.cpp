@@ -1,0 +1,171 @@
+// arwren rebuilds the ARM C, maths and C++ libraries from their own members
+// and must index them as GNU ar does, except where a symbol's ELF binding
+// is one the archiver deliberately treats as unknown.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "ar_image.h"
+#include "elf_symbol_reader.h"
+#include "host_tools.h"
+#include "process_run.h"
+#include "scratch_dir.h"
+
+namespace {
+
+using INDEX_PAIRS = std::vector<std::pair<std::string, std::string>>;
+using NAME_COUNTS = std::map<std::string, std::map<std::string, int>>;
+
+// Where two index listings part, with a little context, for the failure.
+std::string first_difference(const INDEX_PAIRS& ours, const INDEX_PAIRS& theirs,
+                             const char* our_label = "arwren") {
+    size_t i = 0;
+    while (i < ours.size() && i < theirs.size() && ours[i] == theirs[i])
+        ++i;
+    if (i == ours.size() && i == theirs.size())
+        return "identical";
+    auto show = [&](const INDEX_PAIRS& p) {
+        return i < p.size() ? p[i].first + " in " + p[i].second : std::string("<end>");
+    };
+    return "entry " + std::to_string(i) + " (of " + std::to_string(ours.size()) + " / " +
+           std::to_string(theirs.size()) + "): " + our_label + " has " + show(ours) + ", expected " +
+           show(theirs);
+}
+
+// A definition GNU ar lists but arwren must not: the archiver maps any ELF
+// binding other than local, global and weak (STB_GNU_UNIQUE among them) to
+// "unknown", and a reserved section index other than ABS and COMMON to an
+// unknown kind; neither is a global or weak definition, so neither is
+// indexed. GNU ar indexes both kinds of symbol.
+bool gnu_only(const ELF_SYMBOL_FACTS& s) {
+    if (arwren_indexes(s) || s.shndx == kShnUndef)
+        return false;
+    return s.binding == kStbGnuUnique || s.binding == kStbGlobal || s.binding == kStbWeak;
+}
+
+NAME_COUNTS gnu_only_symbols(const AR_IMAGE& archive, int& total) {
+    NAME_COUNTS counts;
+    total = 0;
+    for (const AR_IMAGE::MEMBER& member : archive.members()) {
+        std::vector<ELF_SYMBOL_FACTS> symbols;
+        read_elf32_symbols(member.data, symbols);
+        for (const ELF_SYMBOL_FACTS& s : symbols) {
+            if (gnu_only(s)) {
+                ++counts[member.name][s.name];
+                ++total;
+            }
+        }
+    }
+    return counts;
+}
+
+// GNU ar's index with exactly the gnu_only entries taken out; every one of
+// them must have been there.
+::testing::AssertionResult without_gnu_only(const INDEX_PAIRS& gnu, NAME_COUNTS counts,
+                                            INDEX_PAIRS& kept) {
+    for (const auto& entry : gnu) {
+        int& left = counts[entry.second][entry.first];
+        if (left > 0)
+            --left;
+        else
+            kept.push_back(entry);
+    }
+    for (const auto& member : counts)
+        for (const auto& name : member.second)
+            if (name.second != 0)
+                return ::testing::AssertionFailure()
+                       << "GNU ar did not index " << name.first << " in " << member.first;
+    return ::testing::AssertionSuccess();
+}
+
+// The "/" size counts the padding NUL, unlike every other member's size.
+uint64_t expected_index_size(const AR_IMAGE& archive) {
+    uint64_t size = 4;
+    for (const AR_IMAGE::INDEX_ENTRY& entry : archive.index())
+        size += 4 + entry.symbol.size() + 1;
+    return size + (size & 1);
+}
+
+// The "Archive index:" block of nm --print-armap as (symbol, member) pairs.
+INDEX_PAIRS nm_armap(const std::string& out) {
+    INDEX_PAIRS pairs;
+    std::istringstream lines(out);
+    std::string line;
+    while (std::getline(lines, line) && line != "Archive index:") {
+    }
+    while (std::getline(lines, line) && !line.empty()) {
+        size_t in = line.rfind(" in ");
+        pairs.emplace_back(line.substr(0, in), in == std::string::npos ? "" : line.substr(in + 4));
+    }
+    return pairs;
+}
+
+struct LIBRARY_CASE {
+    const char* file;
+    const char* package;
+};
+
+class REAL_LIBRARY_INDEX : public ::testing::TestWithParam<LIBRARY_CASE> {};
+
+TEST_P(REAL_LIBRARY_INDEX, MatchesGnuArAndNmReadsIt) {
+    ASSERT_TRUE(have_tool("ar", "binutils"));
+    ASSERT_TRUE(have_tool("nm", "binutils"));
+    const std::string library = std::string(kNewlibDir) + "/" + GetParam().file;
+    ASSERT_TRUE(have_file(library, GetParam().package));
+
+    SCRATCH_DIR scratch;
+    const std::string src = scratch.subdir("members");
+    std::vector<std::string> names;
+    ASSERT_TRUE(gnu_ar_extract(library, src, names));
+    // ar x would silently merge members of the same name.
+    ASSERT_EQ(std::set<std::string>(names.begin(), names.end()).size(), names.size());
+
+    const std::string ours = scratch.at("arwren.a");
+    const std::string gnu = scratch.at("gnu.a");
+    std::vector<std::string> args{"aq", ours};
+    args.insert(args.end(), names.begin(), names.end());
+    RUN_RESULT made = run_arwren(args, src);
+    ASSERT_EQ(made.status, 0) << describe(args, made);
+    ASSERT_EQ(made.out + made.err, "");
+    std::vector<std::string> gnu_args{"ar", "rcs", gnu};
+    gnu_args.insert(gnu_args.end(), names.begin(), names.end());
+    ASSERT_TRUE(run_ok(gnu_args, src));
+
+    AR_IMAGE our_image, gnu_image;
+    ASSERT_TRUE(our_image.parse(read_bytes(ours))) << our_image.error();
+    ASSERT_TRUE(gnu_image.parse(read_bytes(gnu))) << gnu_image.error();
+    ASSERT_EQ(our_image.member_names(), names);
+    for (size_t i = 0; i < names.size(); ++i)
+        ASSERT_TRUE(our_image.members()[i].data == gnu_image.members()[i].data) << names[i];
+
+    int gnu_only_total = 0;
+    NAME_COUNTS gnu_only_names = gnu_only_symbols(gnu_image, gnu_only_total);
+    INDEX_PAIRS expected;
+    ASSERT_TRUE(without_gnu_only(gnu_image.index_by_member(), gnu_only_names, expected));
+    ASSERT_GT(expected.size(), names.size());
+    INDEX_PAIRS actual = our_image.index_by_member();
+    EXPECT_TRUE(actual == expected) << first_difference(actual, expected) << "; " << gnu_only_total
+                                    << " symbols are deliberately left out";
+    EXPECT_EQ(our_image.index_size(), expected_index_size(our_image));
+
+    RUN_RESULT nm = run_process({"nm", "--print-armap", ours});
+    EXPECT_EQ(nm.status, 0);
+    EXPECT_EQ(nm.err, "");
+    INDEX_PAIRS nm_pairs = nm_armap(nm.out);
+    EXPECT_TRUE(nm_pairs == actual) << first_difference(nm_pairs, actual, "nm");
+}
+
+INSTANTIATE_TEST_SUITE_P(Newlib, REAL_LIBRARY_INDEX,
+                         ::testing::Values(LIBRARY_CASE{"libc.a", "libnewlib-arm-none-eabi"},
+                                           LIBRARY_CASE{"libm.a", "libnewlib-arm-none-eabi"},
+                                           LIBRARY_CASE{"libstdc++.a",
+                                                        "libstdc++-arm-none-eabi-newlib"}),
+                         [](const ::testing::TestParamInfo<LIBRARY_CASE>& info) {
+                             std::string name = info.param.file;
+                             name = name.substr(0, name.find('.'));
+                             return name == "libstdc++" ? std::string("libstdcxx") : name;
+                         });
+
+}  // namespace
