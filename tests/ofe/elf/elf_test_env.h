@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <list>
 #include <memory>
 #include <string>
 
@@ -28,14 +29,15 @@ protected:
     }
 
     std::unique_ptr<OFE::ELF_FILE> open_bytes(const std::string& bytes, const char* name = "t.o") {
-        OFE::OBJECT_FILE* file =
-            OFE::OBJECT_FILE::new_OBJECT_FILE(dir_.write(name, bytes).c_str(), ERROR_LOG::callback);
+        paths_.push_back(dir_.write(name, bytes));   // the file keeps a pointer to its name
+        OFE::OBJECT_FILE* file = OFE::OBJECT_FILE::new_OBJECT_FILE(paths_.back().c_str(), ERROR_LOG::callback);
         EXPECT_NE(file, nullptr);
         EXPECT_TRUE(!file || file->format() == OFE::OF_FORMAT_ELF);
         return std::unique_ptr<OFE::ELF_FILE>(static_cast<OFE::ELF_FILE*>(file));
     }
 
     SCRATCH_DIR dir_;
+    std::list<std::string> paths_;
 };
 
 #endif
