@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -55,7 +56,8 @@ void drain(int& fd, std::string& into) {
 
 }  // namespace
 
-CHILD_PROCESS::CHILD_PROCESS(const std::vector<std::string>& argv, const RUN_OPTIONS& options) {
+CHILD_PROCESS::CHILD_PROCESS(const std::vector<std::string>& argv, const RUN_OPTIONS& options)
+    : timeout_ms_(options.timeout_ms) {
     int out_pipe[2];
     int err_pipe[2];
     if (pipe2(out_pipe, O_CLOEXEC) != 0)
@@ -103,10 +105,25 @@ bool CHILD_PROCESS::ready_for(int sig) const {
 
 RUN_RESULT CHILD_PROCESS::finish() {
     RUN_RESULT result;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms_);
     while (out_fd_ >= 0 || err_fd_ >= 0) {
         struct pollfd fds[2] = {{out_fd_, POLLIN, 0}, {err_fd_, POLLIN, 0}};
-        if (poll(fds, 2, -1) < 0 && errno != EINTR)
+        int wait_ms = -1;
+        if (timeout_ms_ >= 0) {
+            auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                deadline - std::chrono::steady_clock::now());
+            wait_ms = static_cast<int>(left.count() > 0 ? left.count() : 0);
+        }
+        int ready = poll(fds, 2, wait_ms);
+        if (ready < 0 && errno != EINTR)
             break;
+        if (ready == 0 && pid_ > 0) {
+            // Still running at the deadline: a hang.
+            result.timed_out = true;
+            kill(pid_, SIGKILL);
+            timeout_ms_ = -1;
+            continue;
+        }
         if (out_fd_ >= 0 && fds[0].revents)
             drain(out_fd_, result.out);
         if (err_fd_ >= 0 && fds[1].revents)

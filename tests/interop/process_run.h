@@ -12,13 +12,16 @@ struct RUN_RESULT {
     std::string err;
     int status = -1;  // exit status, or 128 + signal number when killed
     int signal = 0;   // the signal that killed it, 0 when it exited
+    bool timed_out = false;
 };
 
-// How to start a child: its working directory and an optional limit on
-// the size of files it writes (RLIMIT_FSIZE, set between fork and exec).
+// How to start a child: its working directory, an optional limit on the
+// size of files it writes (RLIMIT_FSIZE, set between fork and exec), and
+// an optional time after which it is killed as hanging.
 struct RUN_OPTIONS {
     std::string cwd;
     long long fsize_limit = -1;
+    int timeout_ms = -1;
 };
 
 // A started child whose output is collected when it is finished.
@@ -39,6 +42,7 @@ public:
 
 private:
     pid_t pid_ = -1;
+    int timeout_ms_ = -1;
     int out_fd_ = -1;
     int err_fd_ = -1;
 };
