@@ -6,7 +6,6 @@
 #include <set>
 
 #include "ofe/mach/robin_mach.h"
-#include "ofe/mach/wren_mach.h"
 #include "ofe/object_file.h"
 #include "ofe/of_machine_db.h"
 #include "ofe/test_object_file.h"
@@ -82,16 +81,6 @@ TEST(MachineTableTest, RobinUnitIsPerFile) {
     ROBIN_MACHINE_DB* robin = static_cast<ROBIN_MACHINE_DB*>(db.get());
     robin->set_unit_size(24);
     EXPECT_EQ(db->unit_size(), 24u);
-}
-
-TEST(MachineTableTest, WrenNames) {
-    EXPECT_STREQ(WREN_MACHINE_DB::memory_model_name(WREN_MACHINE_DB::LARGE_MODEL), "large");
-    EXPECT_STREQ(WREN_MACHINE_DB::memory_model_name(7), "(unknown)");
-    EXPECT_STREQ(WREN_MACHINE_DB::addressing_mode_name(WREN_MACHINE_DB::AMODE), "Amode");
-    EXPECT_STREQ(WREN_MACHINE_DB::addressing_mode_name(WREN_MACHINE_DB::NO_AMODE), "No Amode");
-    EXPECT_TRUE(WREN_MACHINE_DB::is_muldef_ok("__wren_scratch_base"));
-    EXPECT_FALSE(WREN_MACHINE_DB::is_muldef_ok("main"));
-    EXPECT_FALSE(WREN_MACHINE_DB::is_muldef_ok(nullptr));
 }
 
 }  // namespace
