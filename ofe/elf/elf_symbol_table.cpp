@@ -37,7 +37,7 @@ OF_SYMBOL* ELF_SYMBOL_TABLE::load_symbol_into_mem(unsigned long id) {
         return nullptr;
     if (OF_SYMBOL* cached = cached_symbol(id))
         return cached;
-    ELF_SYMBOL* symbol = new ELF_SYMBOL(this);
+    ELF_SYMBOL* symbol = static_cast<ELF_SYMBOL*>(alloc_symbol(id));
     const DATA_MAP& raw = raw_data();
     raw.set_cursor(static_cast<uint32_t>(id * symbol_size()));
     read_Elf_Sym(raw, symbol->record(), file_->needs_swap());
