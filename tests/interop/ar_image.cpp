@@ -112,10 +112,9 @@ std::vector<std::pair<std::string, std::string>> AR_IMAGE::index_by_member() con
     std::vector<std::pair<std::string, std::string>> pairs;
     for (const INDEX_ENTRY& entry : index_) {
         auto found = by_offset_.find(entry.offset);
-        pairs.emplace_back(entry.symbol,
-                           found == by_offset_.end()
-                               ? "<bad offset " + std::to_string(entry.offset) + ">"
-                               : members_[found->second].name);
+        pairs.emplace_back(entry.symbol, found == by_offset_.end()
+                                             ? "<bad offset " + std::to_string(entry.offset) + ">"
+                                             : members_[found->second].name);
     }
     return pairs;
 }

@@ -61,10 +61,10 @@ TEST(BigEndian, BothByteOrdersGiveTheSameIndex) {
         SCOPED_TRACE(order);
         const std::string dir = scratch.subdir(order);
         for (const char* unit : {"first", "second"}) {
-            ASSERT_TRUE(run_ok({"arm-none-eabi-gcc", std::string("-m") + order + "-endian", "-O1",
-                                "-fcommon", "-c", std::string("../") + unit + ".c", "-o",
-                                std::string(unit) + ".o"},
-                               dir));
+            ASSERT_TRUE(run_ok(
+                {"arm-none-eabi-gcc", std::string("-m") + order + "-endian", "-O1", "-fcommon",
+                 "-c", std::string("../") + unit + ".c", "-o", std::string(unit) + ".o"},
+                dir));
         }
         INDEX_PAIRS expected = expected_index(dir, objects);
         RUN_RESULT made = run_arwren({"aqs", "lib.a", "first.o", "second.o"}, dir);
@@ -79,8 +79,8 @@ TEST(BigEndian, BothByteOrdersGiveTheSameIndex) {
         EXPECT_EQ(expected, little_expected);
     }
     // The oracle must itself have seen every kind of definition.
-    const std::vector<std::string> names{"bump", "hook", "tunable", "shared_block", "counter",
-                                         "fixed_address", "greeting", "twice"};
+    const std::vector<std::string> names{"bump",    "hook",          "tunable",  "shared_block",
+                                         "counter", "fixed_address", "greeting", "twice"};
     for (const std::string& name : names) {
         bool found = false;
         for (const auto& p : little_expected)

@@ -35,13 +35,27 @@ std::string gcc_lib_dir() {
 std::vector<std::string> link_command(const std::string& libdir, const std::string& output) {
     const std::string gcc = gcc_lib_dir();
     const std::string newlib = kNewlibDir;
-    return {"arm-none-eabi-gcc", "-nostdlib", newlib + "/crt0.o", gcc + "/crti.o",
-            gcc + "/crtbegin.o", "prog.o", "-L" + libdir, "-Wl,--start-group", "-lc", "-lm",
-            newlib + "/libnosys.a", gcc + "/libgcc.a", "-Wl,--end-group", gcc + "/crtend.o",
-            gcc + "/crtn.o", "-o", output};
+    return {"arm-none-eabi-gcc",
+            "-nostdlib",
+            newlib + "/crt0.o",
+            gcc + "/crti.o",
+            gcc + "/crtbegin.o",
+            "prog.o",
+            "-L" + libdir,
+            "-Wl,--start-group",
+            "-lc",
+            "-lm",
+            newlib + "/libnosys.a",
+            gcc + "/libgcc.a",
+            "-Wl,--end-group",
+            gcc + "/crtend.o",
+            gcc + "/crtn.o",
+            "-o",
+            output};
 }
 
-::testing::AssertionResult rebuild_with_arwren(const std::string& library, const SCRATCH_DIR& scratch,
+::testing::AssertionResult rebuild_with_arwren(const std::string& library,
+                                               const SCRATCH_DIR& scratch,
                                                const std::string& libdir) {
     const std::string name = library.substr(library.rfind('/') + 1);
     const std::string src = scratch.subdir("members-" + name);
@@ -68,15 +82,16 @@ TEST(ClientLink, ImageEqualsTheOneLinkedAgainstTheDistributionLibraries) {
 
     SCRATCH_DIR scratch;
     write_bytes(scratch.at("prog.c"), kProgram);
-    ASSERT_TRUE(run_ok({"arm-none-eabi-gcc", "-O2", "-c", "prog.c", "-o", "prog.o"}, scratch.path()));
+    ASSERT_TRUE(
+        run_ok({"arm-none-eabi-gcc", "-O2", "-c", "prog.c", "-o", "prog.o"}, scratch.path()));
     const std::string ours = scratch.subdir("arwren-libs");
     ASSERT_TRUE(rebuild_with_arwren(libc, scratch, ours));
     ASSERT_TRUE(rebuild_with_arwren(libm, scratch, ours));
 
     ASSERT_TRUE(run_ok(link_command(ours, "ours.elf"), scratch.path()));
     ASSERT_TRUE(run_ok(link_command(kNewlibDir, "reference.elf"), scratch.path()));
-    ASSERT_TRUE(run_ok({"arm-none-eabi-objcopy", "-O", "binary", "ours.elf", "ours.bin"},
-                       scratch.path()));
+    ASSERT_TRUE(
+        run_ok({"arm-none-eabi-objcopy", "-O", "binary", "ours.elf", "ours.bin"}, scratch.path()));
     ASSERT_TRUE(run_ok({"arm-none-eabi-objcopy", "-O", "binary", "reference.elf", "reference.bin"},
                        scratch.path()));
 

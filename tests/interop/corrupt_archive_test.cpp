@@ -33,7 +33,8 @@ std::string intact_archive(const SCRATCH_DIR& scratch) {
     write_bytes(src + "/odd.txt", "seven b");
     write_bytes(src + "/a_long_member_name.txt", pattern_bytes(300, 5));
     write_bytes(src + "/empty", "");
-    if (run_arwren({"aq", "x.a", "obj.o", "odd.txt", "a_long_member_name.txt", "empty"}, src).status != 0)
+    if (run_arwren({"aq", "x.a", "obj.o", "odd.txt", "a_long_member_name.txt", "empty"}, src)
+            .status != 0)
         return "";
     return read_bytes(src + "/x.a");
 }

@@ -56,7 +56,11 @@ bool read_section(const FIELD_READER& in, uint64_t at, SECTION& s) {
 
 bool read_elf32_symbols(const std::string& bytes, std::vector<ELF_SYMBOL_FACTS>& symbols) {
     symbols.clear();
-    if (bytes.size() < kEhdrSize || bytes.compare(0, 4, "\x7f" "ELF") != 0 || bytes[4] != 1)
+    if (bytes.size() < kEhdrSize ||
+        bytes.compare(0, 4,
+                      "\x7f"
+                      "ELF") != 0 ||
+        bytes[4] != 1)
         return false;
     FIELD_READER in(bytes, bytes[5] == 2);
     uint64_t shoff = in.u32(32);
@@ -64,7 +68,8 @@ bool read_elf32_symbols(const std::string& bytes, std::vector<ELF_SYMBOL_FACTS>&
     SECTION symtab{};
     bool found = false;
     for (uint16_t i = 0; i < shnum && !found; ++i)
-        found = read_section(in, shoff + uint64_t(i) * kShdrSize, symtab) && symtab.type == kShtSymtab;
+        found =
+            read_section(in, shoff + uint64_t(i) * kShdrSize, symtab) && symtab.type == kShtSymtab;
     SECTION strtab{};
     if (!found || !read_section(in, shoff + uint64_t(symtab.link) * kShdrSize, strtab))
         return true;
@@ -73,8 +78,8 @@ bool read_elf32_symbols(const std::string& bytes, std::vector<ELF_SYMBOL_FACTS>&
         uint64_t at = uint64_t(symtab.offset) + i * kSymSize;
         if (!in.fits(at, kSymSize))
             break;
-        std::string name = in.text(uint64_t(strtab.offset) + in.u32(at),
-                                   uint64_t(strtab.offset) + strtab.size);
+        std::string name =
+            in.text(uint64_t(strtab.offset) + in.u32(at), uint64_t(strtab.offset) + strtab.size);
         symbols.push_back({name, static_cast<unsigned>(in.u8(at + 12) >> 4), in.u16(at + 14)});
     }
     return true;

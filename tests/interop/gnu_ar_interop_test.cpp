@@ -44,7 +44,8 @@ std::vector<std::string> names_of(const std::vector<MEMBER_FILE>& files) {
 }
 
 std::string make_object(const SCRATCH_DIR& scratch) {
-    write_bytes(scratch.at("obj.c"), "int exported_value = 1;\nint exported_function(void) { return 2; }\n");
+    write_bytes(scratch.at("obj.c"),
+                "int exported_value = 1;\nint exported_function(void) { return 2; }\n");
     if (!run_ok({"arm-none-eabi-gcc", "-c", "obj.c", "-o", "obj.o"}, scratch.path()))
         return "";
     return read_bytes(scratch.at("obj.o"));
@@ -100,9 +101,40 @@ TEST(GnuArInterop, GnuArAndLlvmArReadWhatArwrenWrites) {
     // the index.
     RUN_RESULT nm = run_process({"nm", "--print-armap", archive});
     EXPECT_EQ(nm.err.find("index"), std::string::npos) << nm.err;
-    EXPECT_NE(nm.out.find("Archive index:\nexported_value in obj.o\nexported_function in obj.o\n\n"),
-              std::string::npos)
+    EXPECT_NE(
+        nm.out.find("Archive index:\nexported_value in obj.o\nexported_function in obj.o\n\n"),
+        std::string::npos)
         << nm.out;
+}
+
+// The original format (key digit 0) cuts long names to 15 characters; the
+// POSIX format (digit 2) keeps them. GNU ar reads both.
+TEST(GnuArInterop, GnuArListsBothFormatsItKnows) {
+    ASSERT_TRUE(have_tool("ar", "binutils"));
+    SCRATCH_DIR scratch;
+    const std::string src = scratch.subdir("src");
+    const std::vector<std::string> names{"short.o", name_of_length(15, 'f'),
+                                         name_of_length(16, 's'),
+                                         "a_rather_long_member_name_of_40_chars.oo"};
+    for (const std::string& name : names)
+        write_bytes(src + "/" + name, name);
+    const struct {
+        const char* key;
+        bool cut;
+    } formats[] = {{"aq0", true}, {"aq2", false}};
+    for (const auto& format : formats) {
+        SCOPED_TRACE(format.key);
+        const std::string archive = scratch.at(std::string(format.key) + ".a");
+        std::vector<std::string> args{format.key, archive};
+        args.insert(args.end(), names.begin(), names.end());
+        ASSERT_EQ(run_arwren(args, src).status, 0);
+        std::vector<std::string> expected;
+        for (const std::string& name : names)
+            expected.push_back(format.cut ? name.substr(0, 15) : name);
+        std::vector<std::string> listed;
+        ASSERT_TRUE(gnu_ar_list(archive, listed));
+        EXPECT_EQ(listed, expected);
+    }
 }
 
 struct FOREIGN_WRITER {

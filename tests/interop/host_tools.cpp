@@ -30,7 +30,8 @@ const char* const kNewlibDir = "/usr/lib/arm-none-eabi/newlib";
     return ::testing::AssertionFailure() << describe(argv, result);
 }
 
-::testing::AssertionResult gnu_ar_list(const std::string& archive, std::vector<std::string>& names) {
+::testing::AssertionResult gnu_ar_list(const std::string& archive,
+                                       std::vector<std::string>& names) {
     std::vector<std::string> argv{"ar", "t", archive};
     RUN_RESULT result = run_process(argv);
     if (result.status != 0 || !result.err.empty())
@@ -64,7 +65,8 @@ std::vector<std::string> toc_member_names(const std::string& listing) {
             --headings;
             continue;
         }
-        names.push_back(line.size() > name_column ? line.substr(name_column) : "<bad line: " + line + ">");
+        names.push_back(line.size() > name_column ? line.substr(name_column)
+                                                  : "<bad line: " + line + ">");
     }
     return names;
 }

@@ -30,8 +30,8 @@ std::string first_difference(const INDEX_PAIRS& ours, const INDEX_PAIRS& theirs,
         return i < p.size() ? p[i].first + " in " + p[i].second : std::string("<end>");
     };
     return "entry " + std::to_string(i) + " (of " + std::to_string(ours.size()) + " / " +
-           std::to_string(theirs.size()) + "): " + our_label + " has " + show(ours) + ", expected " +
-           show(theirs);
+           std::to_string(theirs.size()) + "): " + our_label + " has " + show(ours) +
+           ", expected " + show(theirs);
 }
 
 // A definition GNU ar lists but arwren must not: the archiver maps any ELF
@@ -88,12 +88,13 @@ uint64_t expected_index_size(const AR_IMAGE& archive) {
     return size + (size & 1);
 }
 
-// The "Archive index:" block of nm --print-armap as (symbol, member) pairs.
-INDEX_PAIRS nm_armap(const std::string& out) {
+// The index block of nm --print-armap (opened by the given heading) as
+// (symbol, member) pairs.
+INDEX_PAIRS nm_armap(const std::string& out, const std::string& heading) {
     INDEX_PAIRS pairs;
     std::istringstream lines(out);
     std::string line;
-    while (std::getline(lines, line) && line != "Archive index:") {
+    while (std::getline(lines, line) && line != heading) {
     }
     while (std::getline(lines, line) && !line.empty()) {
         size_t in = line.rfind(" in ");
@@ -112,6 +113,7 @@ class REAL_LIBRARY_INDEX : public ::testing::TestWithParam<LIBRARY_CASE> {};
 TEST_P(REAL_LIBRARY_INDEX, MatchesGnuArAndNmReadsIt) {
     ASSERT_TRUE(have_tool("ar", "binutils"));
     ASSERT_TRUE(have_tool("nm", "binutils"));
+    ASSERT_TRUE(have_tool("llvm-nm", "llvm"));
     const std::string library = std::string(kNewlibDir) + "/" + GetParam().file;
     ASSERT_TRUE(have_file(library, GetParam().package));
 
@@ -153,8 +155,14 @@ TEST_P(REAL_LIBRARY_INDEX, MatchesGnuArAndNmReadsIt) {
     RUN_RESULT nm = run_process({"nm", "--print-armap", ours});
     EXPECT_EQ(nm.status, 0);
     EXPECT_EQ(nm.err, "");
-    INDEX_PAIRS nm_pairs = nm_armap(nm.out);
+    INDEX_PAIRS nm_pairs = nm_armap(nm.out, "Archive index:");
     EXPECT_TRUE(nm_pairs == actual) << first_difference(nm_pairs, actual, "nm");
+
+    RUN_RESULT llvm_nm = run_process({"llvm-nm", "--print-armap", ours});
+    EXPECT_EQ(llvm_nm.status, 0);
+    EXPECT_EQ(llvm_nm.err, "");
+    INDEX_PAIRS llvm_pairs = nm_armap(llvm_nm.out, "Archive map");
+    EXPECT_TRUE(llvm_pairs == actual) << first_difference(llvm_pairs, actual, "llvm-nm");
 }
 
 INSTANTIATE_TEST_SUITE_P(Newlib, REAL_LIBRARY_INDEX,

@@ -3,7 +3,6 @@
 // name holds either the complete old archive or the complete new one, and
 // no temporary file is left behind.
 #include <gtest/gtest.h>
-
 #include <signal.h>
 
 #include <chrono>
@@ -105,7 +104,8 @@ TEST_F(REWRITE_SAFETY, SignalAtAnyMomentLeavesOldOrNewArchive) {
             // From at once to a little past the time a whole run takes.
             CLOCK::duration delay = full_run_ * moment * 12 / (10 * (kMoments - 1));
             SCOPED_TRACE("signal " + std::to_string(c.sig) + " after " +
-                         std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(delay).count()) +
+                         std::to_string(
+                             std::chrono::duration_cast<std::chrono::microseconds>(delay).count()) +
                          " us");
             restore_old();
             RUN_RESULT r = interrupt(c.sig, delay);
@@ -124,6 +124,36 @@ TEST_F(REWRITE_SAFETY, SignalAtAnyMomentLeavesOldOrNewArchive) {
         }
         EXPECT_GT(interrupted, 0) << "no run was interrupted by signal " << c.sig;
     }
+}
+
+TEST_F(REWRITE_SAFETY, InterruptedCreationLeavesNothingOrTheWholeArchive) {
+    // No old archive: an interrupted run must remove what it had written.
+    command_[1] = "aq";
+    remove_tree(archive_);
+    CLOCK::time_point start = CLOCK::now();
+    ASSERT_EQ(run(command_).status, 0);
+    CLOCK::duration full_run = CLOCK::now() - start;
+    const std::string created = read_bytes(archive_);
+    int interrupted = 0;
+    for (int moment = 0; moment < kMoments / 2; ++moment) {
+        CLOCK::duration delay = full_run * moment / (kMoments / 2);
+        SCOPED_TRACE(
+            "after " +
+            std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(delay).count()) +
+            " us");
+        remove_tree(archive_);
+        RUN_RESULT r = interrupt(SIGINT, delay);
+        std::vector<std::string> left = list_dir(dir_);
+        if (r.status == 0) {
+            EXPECT_TRUE(read_bytes(archive_) == created);
+        } else {
+            ++interrupted;
+            EXPECT_EQ(r.status, 2) << r.err;
+            EXPECT_TRUE(left.empty() || read_bytes(archive_) == created);
+        }
+        EXPECT_LE(left.size(), 1u);
+    }
+    EXPECT_GT(interrupted, 0);
 }
 
 TEST_F(REWRITE_SAFETY, FileSizeLimitKeepsOldArchive) {
