@@ -17,6 +17,9 @@ namespace {
 constexpr size_t INPUT_BUFFER_SIZE = 64 * 1024;
 constexpr size_t OUTPUT_BUFFER_SIZE = 256 * 1024;
 
+// Moving forward by at most this much reads instead of seeking.
+constexpr size_t SKIP_BY_READING = 512;
+
 constexpr size_t MESSAGE_SIZE = 4096;  // 4095 characters and the NUL
 
 }  // namespace
@@ -184,14 +187,23 @@ void AR_FILE::close_input_ar()
     fhm_close(input);
 }
 
-// Positions the input; skips the seek when the stream is already there,
-// which is the common case while walking an archive front to back.
+// Positions the input. Walking an archive front to back mostly moves a
+// short way forward: that is done by reading through the stream's buffer,
+// since every seek costs a system call even within the buffer.
 bool AR_FILE::seek_input(int64_t offset)
 {
     FILE* fp = input_ != nullptr ? input_->fp() : nullptr;
     if (fp == nullptr)
         return false;
-    if (ftello(fp) == offset)
+    int64_t here = ftello(fp);
+    if (here == offset)
         return true;
+    if (here >= 0 && offset > here && offset - here <= int64_t(SKIP_BY_READING)) {
+        char skipped[SKIP_BY_READING];
+        size_t n = size_t(offset - here);
+        if (fread(skipped, 1, n, fp) == n)
+            return true;
+        clearerr(fp);
+    }
     return fseeko(fp, offset, SEEK_SET) == 0;
 }

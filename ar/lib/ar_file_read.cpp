@@ -244,8 +244,6 @@ bool AR_FILE::read_symbol_table(AR_MEMBER* member)
 int32_t AR_FILE::skip_contents(AR_MEMBER* member)
 {
     int64_t next = int64_t(member->data_offset) + ar_padded(member->size);
-    FILE* fp = input_ != nullptr ? input_->fp() : nullptr;
-    if (fp != nullptr)
-        fseeko(fp, next, SEEK_SET);
+    seek_input(next);
     return int32_t(next);
 }
