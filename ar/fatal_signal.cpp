@@ -18,6 +18,22 @@ constexpr char kInternalErrorAdvice[] =
     "Support with this message and a copy of the input file\n"
     "and help us to continue to make the tools more robust.\n\n";
 
+// What an internal fault is called in the report.
+const char* fatal_signal_text(int signal_number) {
+    switch (signal_number) {
+    case SIGILL: return "executed an illegal instruction";
+    case SIGTRAP: return "received a TRAP signal";
+    case SIGABRT: return "aborted";
+    case SIGBUS: return "experienced a bus alignment fault";
+    case SIGFPE: return "received a floating point exception";
+    case SIGSEGV: return "experienced a segmentation fault";
+    case SIGXCPU: return "exceeded the CPU time limit";
+    case SIGXFSZ: return "exceeded the file size limit";
+    case SIGSYS: return "experienced a bad system call";
+    default: return "experienced a fatal internal fault";
+    }
+}
+
 void restore_current_archive() {
     if (current_archive != nullptr)
         current_archive->cleanup();
@@ -37,21 +53,6 @@ void report_internal_error(int signal_number) {
 void install_fatal_signals() {
     for (int signal_number : kHandledSignals)
         signal(signal_number, fatal_signal);
-}
-
-const char* fatal_signal_text(int signal_number) {
-    switch (signal_number) {
-    case SIGILL: return "executed an illegal instruction";
-    case SIGTRAP: return "received a TRAP signal";
-    case SIGABRT: return "aborted";
-    case SIGBUS: return "experienced a bus alignment fault";
-    case SIGFPE: return "received a floating point exception";
-    case SIGSEGV: return "experienced a segmentation fault";
-    case SIGXCPU: return "exceeded the CPU time limit";
-    case SIGXFSZ: return "exceeded the file size limit";
-    case SIGSYS: return "experienced a bad system call";
-    default: return "experienced a fatal internal fault";
-    }
 }
 
 void fatal_signal(int signal_number) {

@@ -15,7 +15,4 @@ void install_fatal_signals();
 // status 2 for SIGINT and SIGHUP, 1 for everything else.
 void fatal_signal(int signal_number);
 
-// The text that fatal_signal prints for an internal fault.
-const char* fatal_signal_text(int signal_number);
-
 #endif

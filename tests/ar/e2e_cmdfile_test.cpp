@@ -1,10 +1,5 @@
-// Runs driven by a command file, and fatal signals that arrive while the
-// command file is being read.
-#include <fcntl.h>
+// Runs driven by a command file.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -73,40 +68,6 @@ TEST(CommandFileEndToEnd, EditsFromACommandFile) {
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(dir.read("lib.a"), archive_bytes({archive_member("my file.txt/", 1000000000, "abc")}));
-}
-
-// The command file is a pipe that is never written: the run waits in it with
-// its handlers installed when the signal comes.
-TEST(SignalEndToEnd, FatalSignalsReportAndExit) {
-    const std::string internal =
-        "\n\n\nThis is a serious problem.  Please contact Customer\n"
-        "Support with this message and a copy of the input file\n"
-        "and help us to continue to make the tools more robust.\n\n";
-    struct {
-        int signal_number;
-        std::string err;
-        int status;
-    } cases[] = {
-        {SIGINT, "[forced exit]\n", 2},
-        {SIGHUP, "[forced exit]\n", 2},
-        {SIGTERM, "[received a terminate signal]\n", 1},
-        {SIGSEGV, "\nINTERNAL ERROR: experienced a segmentation fault" + internal, 1},
-        {SIGXFSZ, "\nINTERNAL ERROR: exceeded the file size limit" + internal, 1},
-        {SIGUSR1, "", 128 + SIGUSR1},  // not in the handled set
-    };
-    for (const auto& c : cases) {
-        SCRATCH_DIR dir;
-        ASSERT_EQ(mkfifo(dir.at("cmds").c_str(), 0600), 0);
-        int pid = dir.start({"@cmds"});
-        int writer = open(dir.at("cmds").c_str(), O_WRONLY);  // returns once the run opened it
-        ASSERT_GE(writer, 0);
-        kill(pid, c.signal_number);
-        TOOL_RESULT result = dir.finish(pid);
-        close(writer);
-        EXPECT_EQ(result.out, "") << c.signal_number;
-        EXPECT_EQ(result.err, c.err) << c.signal_number;
-        EXPECT_EQ(result.status, c.status) << c.signal_number;
-    }
 }
 
 }  // namespace

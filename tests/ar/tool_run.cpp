@@ -1,11 +1,13 @@
 #include "tool_run.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utime.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -31,9 +33,14 @@ int wait_status(pid_t pid) {
 
 // Starts argv in dir with output to the given files.
 pid_t start_child(const std::vector<std::string>& args, const std::string& dir,
-                  const std::string& out, const std::string& err) {
+                  const std::string& out, const std::string& err, long file_size_limit = 0) {
     pid_t pid = fork();
     if (pid == 0) {
+        if (file_size_limit > 0) {
+            struct rlimit limit = {static_cast<rlim_t>(file_size_limit),
+                                   static_cast<rlim_t>(file_size_limit)};
+            setrlimit(RLIMIT_FSIZE, &limit);
+        }
         if (chdir(dir.c_str()) != 0)
             _exit(127);
         int out_fd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
@@ -88,10 +95,18 @@ bool SCRATCH_DIR::exists(const std::string& name) const {
     return std::filesystem::exists(at(name));
 }
 
-int SCRATCH_DIR::start(const std::vector<std::string>& args) const {
+std::vector<std::string> SCRATCH_DIR::names() const {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(path_))
+        found.push_back(entry.path().filename().string());
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+int SCRATCH_DIR::start(const std::vector<std::string>& args, long file_size_limit) const {
     std::vector<std::string> argv{ARWREN_BIN};
     argv.insert(argv.end(), args.begin(), args.end());
-    return start_child(argv, path_, path_ + "/../stdout", path_ + "/../stderr");
+    return start_child(argv, path_, path_ + "/../stdout", path_ + "/../stderr", file_size_limit);
 }
 
 TOOL_RESULT SCRATCH_DIR::finish(int pid) const {
@@ -102,8 +117,8 @@ TOOL_RESULT SCRATCH_DIR::finish(int pid) const {
     return result;
 }
 
-TOOL_RESULT SCRATCH_DIR::run(const std::vector<std::string>& args) const {
-    return finish(start(args));
+TOOL_RESULT SCRATCH_DIR::run(const std::vector<std::string>& args, long file_size_limit) const {
+    return finish(start(args, file_size_limit));
 }
 
 int SCRATCH_DIR::run_program(const std::vector<std::string>& argv) const {

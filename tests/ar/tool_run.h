@@ -26,13 +26,15 @@ public:
     void write(const std::string& name, const std::string& bytes, long mtime = 1000000000) const;
     std::string read(const std::string& name) const;
     bool exists(const std::string& name) const;
+    std::vector<std::string> names() const;  // sorted
 
     // Runs ARWREN_BIN with args in this directory, with TZ=UTC and nothing
-    // else in the environment.
-    TOOL_RESULT run(const std::vector<std::string>& args) const;
+    // else in the environment; a non-zero file_size_limit caps the size of
+    // every file it writes.
+    TOOL_RESULT run(const std::vector<std::string>& args, long file_size_limit = 0) const;
 
     // Starts ARWREN_BIN like run without waiting; finish waits for it.
-    int start(const std::vector<std::string>& args) const;
+    int start(const std::vector<std::string>& args, long file_size_limit = 0) const;
     TOOL_RESULT finish(int pid) const;
 
     // Runs an arbitrary program the same way; its output is not captured.

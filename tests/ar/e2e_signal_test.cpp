@@ -1,0 +1,65 @@
+// Fatal signals: their reports, exit statuses, and the archive put back when
+// one arrives in the middle of a rewrite.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "tool_run.h"
+
+namespace {
+
+// The command file is a pipe that is never written: the run waits in it with
+// its handlers installed when the signal comes.
+TEST(SignalEndToEnd, FatalSignalsReportAndExit) {
+    const std::string internal =
+        "\n\n\nThis is a serious problem.  Please contact Customer\n"
+        "Support with this message and a copy of the input file\n"
+        "and help us to continue to make the tools more robust.\n\n";
+    struct {
+        int signal_number;
+        std::string err;
+        int status;
+    } cases[] = {
+        {SIGINT, "[forced exit]\n", 2},
+        {SIGHUP, "[forced exit]\n", 2},
+        {SIGTERM, "[received a terminate signal]\n", 1},
+        {SIGSEGV, "\nINTERNAL ERROR: experienced a segmentation fault" + internal, 1},
+        {SIGXFSZ, "\nINTERNAL ERROR: exceeded the file size limit" + internal, 1},
+        {SIGUSR1, "", 128 + SIGUSR1},  // not in the handled set
+    };
+    for (const auto& c : cases) {
+        SCRATCH_DIR dir;
+        ASSERT_EQ(mkfifo(dir.at("cmds").c_str(), 0600), 0);
+        int pid = dir.start({"@cmds"});
+        int writer = open(dir.at("cmds").c_str(), O_WRONLY);  // returns once the run opened it
+        ASSERT_GE(writer, 0);
+        kill(pid, c.signal_number);
+        TOOL_RESULT result = dir.finish(pid);
+        close(writer);
+        EXPECT_EQ(result.out, "") << c.signal_number;
+        EXPECT_EQ(result.err, c.err) << c.signal_number;
+        EXPECT_EQ(result.status, c.status) << c.signal_number;
+    }
+}
+
+// A rewrite that runs into the file size limit is stopped by SIGXFSZ in the
+// middle of writing; the previous archive must be back under its own name and
+// nothing else left behind.
+TEST(SignalEndToEnd, SignalDuringRewriteRestoresTheArchive) {
+    SCRATCH_DIR dir;
+    const std::string old_archive = archive_bytes({archive_member("a.o/", 5, "small")});
+    dir.write("lib.a", old_archive);
+    dir.write("big.o", std::string(20000, 'b'));
+    TOOL_RESULT result = dir.run({"aq", "lib.a", "big.o"}, 4096);
+    EXPECT_EQ(result.err.substr(0, 46), "\nINTERNAL ERROR: exceeded the file size limit\n");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(dir.read("lib.a"), old_archive);
+    EXPECT_EQ(dir.names(), (std::vector<std::string>{"big.o", "lib.a"}));
+}
+
+}  // namespace
