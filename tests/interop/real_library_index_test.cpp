@@ -103,6 +103,56 @@ INDEX_PAIRS nm_armap(const std::string& out, const std::string& heading) {
     return pairs;
 }
 
+// Builds an archive of the files with arwren and with GNU ar, in the same
+// order, and checks that arwren's index is GNU ar's without exactly the
+// entries arwren must leave out, and that nm and llvm-nm read it. Returns
+// the number of entries left out.
+int compare_with_gnu_ar(const SCRATCH_DIR& scratch, const std::string& src,
+                        const std::vector<std::string>& names, size_t min_entries) {
+    const std::string ours = scratch.at("arwren.a");
+    const std::string gnu = scratch.at("gnu.a");
+    std::vector<std::string> args{"aq", ours};
+    args.insert(args.end(), names.begin(), names.end());
+    RUN_RESULT made = run_arwren(args, src);
+    std::vector<std::string> gnu_args{"ar", "rcs", gnu};
+    gnu_args.insert(gnu_args.end(), names.begin(), names.end());
+    AR_IMAGE our_image, gnu_image;
+    if (made.status != 0 || !made.out.empty() || !made.err.empty()) {
+        ADD_FAILURE() << describe(args, made);
+        return -1;
+    }
+    if (!run_ok(gnu_args, src) || !our_image.parse(read_bytes(ours)) ||
+        !gnu_image.parse(read_bytes(gnu)) || our_image.member_names() != names) {
+        ADD_FAILURE() << "archives differ in their members: " << our_image.error();
+        return -1;
+    }
+    for (size_t i = 0; i < names.size(); ++i)
+        EXPECT_TRUE(our_image.members()[i].data == gnu_image.members()[i].data) << names[i];
+
+    int gnu_only_total = 0;
+    NAME_COUNTS gnu_only_names = gnu_only_symbols(gnu_image, gnu_only_total);
+    INDEX_PAIRS expected;
+    EXPECT_TRUE(without_gnu_only(gnu_image.index_by_member(), gnu_only_names, expected));
+    EXPECT_GE(expected.size(), min_entries);
+    INDEX_PAIRS actual = our_image.index_by_member();
+    EXPECT_TRUE(actual == expected) << first_difference(actual, expected) << "; " << gnu_only_total
+                                    << " symbols are deliberately left out";
+    EXPECT_EQ(our_image.index_size(), expected_index_size(our_image));
+
+    RUN_RESULT nm = run_process({"nm", "--print-armap", ours});
+    EXPECT_EQ(nm.status, 0);
+    EXPECT_EQ(nm.err, "");
+    INDEX_PAIRS nm_pairs = nm_armap(nm.out, "Archive index:");
+    EXPECT_TRUE(nm_pairs == actual) << first_difference(nm_pairs, actual, "nm");
+
+    RUN_RESULT llvm_nm = run_process({"llvm-nm", "--print-armap", ours});
+    EXPECT_EQ(llvm_nm.status, 0);
+    EXPECT_EQ(llvm_nm.err, "");
+    INDEX_PAIRS llvm_pairs = nm_armap(llvm_nm.out, "Archive map");
+    EXPECT_TRUE(llvm_pairs == actual) << first_difference(llvm_pairs, actual, "llvm-nm");
+    return gnu_only_total;
+}
+
 struct LIBRARY_CASE {
     const char* file;
     const char* package;
@@ -124,45 +174,27 @@ TEST_P(REAL_LIBRARY_INDEX, MatchesGnuArAndNmReadsIt) {
     // ar x would silently merge members of the same name.
     ASSERT_EQ(std::set<std::string>(names.begin(), names.end()).size(), names.size());
 
-    const std::string ours = scratch.at("arwren.a");
-    const std::string gnu = scratch.at("gnu.a");
-    std::vector<std::string> args{"aq", ours};
-    args.insert(args.end(), names.begin(), names.end());
-    RUN_RESULT made = run_arwren(args, src);
-    ASSERT_EQ(made.status, 0) << describe(args, made);
-    ASSERT_EQ(made.out + made.err, "");
-    std::vector<std::string> gnu_args{"ar", "rcs", gnu};
-    gnu_args.insert(gnu_args.end(), names.begin(), names.end());
-    ASSERT_TRUE(run_ok(gnu_args, src));
+    compare_with_gnu_ar(scratch, src, names, names.size());
+}
 
-    AR_IMAGE our_image, gnu_image;
-    ASSERT_TRUE(our_image.parse(read_bytes(ours))) << our_image.error();
-    ASSERT_TRUE(gnu_image.parse(read_bytes(gnu))) << gnu_image.error();
-    ASSERT_EQ(our_image.member_names(), names);
-    for (size_t i = 0; i < names.size(); ++i)
-        ASSERT_TRUE(our_image.members()[i].data == gnu_image.members()[i].data) << names[i];
-
-    int gnu_only_total = 0;
-    NAME_COUNTS gnu_only_names = gnu_only_symbols(gnu_image, gnu_only_total);
-    INDEX_PAIRS expected;
-    ASSERT_TRUE(without_gnu_only(gnu_image.index_by_member(), gnu_only_names, expected));
-    ASSERT_GT(expected.size(), names.size());
-    INDEX_PAIRS actual = our_image.index_by_member();
-    EXPECT_TRUE(actual == expected) << first_difference(actual, expected) << "; " << gnu_only_total
-                                    << " symbols are deliberately left out";
-    EXPECT_EQ(our_image.index_size(), expected_index_size(our_image));
-
-    RUN_RESULT nm = run_process({"nm", "--print-armap", ours});
-    EXPECT_EQ(nm.status, 0);
-    EXPECT_EQ(nm.err, "");
-    INDEX_PAIRS nm_pairs = nm_armap(nm.out, "Archive index:");
-    EXPECT_TRUE(nm_pairs == actual) << first_difference(nm_pairs, actual, "nm");
-
-    RUN_RESULT llvm_nm = run_process({"llvm-nm", "--print-armap", ours});
-    EXPECT_EQ(llvm_nm.status, 0);
-    EXPECT_EQ(llvm_nm.err, "");
-    INDEX_PAIRS llvm_pairs = nm_armap(llvm_nm.out, "Archive map");
-    EXPECT_TRUE(llvm_pairs == actual) << first_difference(llvm_pairs, actual, "llvm-nm");
+// A symbol bound STB_GNU_UNIQUE, beside ordinary globals: GNU ar indexes
+// it, arwren must not, and the comparison must see exactly that one entry.
+TEST(UniqueBinding, IsTheOnlyDifferenceFromGnuAr) {
+    ASSERT_TRUE(have_tool("ar", "binutils"));
+    ASSERT_TRUE(have_tool("nm", "binutils"));
+    ASSERT_TRUE(have_tool("llvm-nm", "llvm"));
+    ASSERT_TRUE(have_tool("arm-none-eabi-as", "binutils-arm-none-eabi"));
+    SCRATCH_DIR scratch;
+    const std::string src = scratch.subdir("members");
+    write_bytes(src + "/unique.s",
+                ".data\n.globl only_once\n.type only_once, %gnu_unique_object\n"
+                "only_once: .word 1\n.globl plain_before\nplain_before: .word 2\n");
+    write_bytes(src + "/plain.s", ".text\n.globl plain_after\nplain_after: .word 3\n");
+    ASSERT_TRUE(run_ok({"arm-none-eabi-as", "unique.s", "-o", "unique.o"}, src));
+    ASSERT_TRUE(run_ok({"arm-none-eabi-as", "plain.s", "-o", "plain.o"}, src));
+    const std::vector<std::string> names{"unique.o", "plain.o"};
+    int gnu_only_total = compare_with_gnu_ar(scratch, src, names, 1);
+    EXPECT_EQ(gnu_only_total, 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Newlib, REAL_LIBRARY_INDEX,
