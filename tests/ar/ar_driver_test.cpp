@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "ar/ar_options.h"
 
 namespace {
@@ -37,25 +35,6 @@ TEST(ParseKeyTest, LettersSetCommandAndFlags) {
         EXPECT_EQ(options.quiet, c.quiet) << c.key;
         EXPECT_EQ(options.symbols, c.symbols) << c.key;
         EXPECT_EQ(options.verbose, c.verbose) << c.key;
-    }
-}
-
-TEST(SetArchiveNameTest, AddsLibOnlyWithoutExtensionAndCutsAt495) {
-    struct {
-        std::string given;
-        std::string stored;
-    } cases[] = {
-        {"lib", "lib.lib"},
-        {"lib.a", "lib.a"},
-        {"dir.x/lib", "dir.x/lib.lib"},
-        {"dir/lib.", "dir/lib."},
-        {std::string(600, 'n'), std::string(495, 'n') + ".lib"},
-        {std::string(494, 'n') + ".a", std::string(494, 'n') + "."},  // cut, then an extension
-    };
-    for (const auto& c : cases) {
-        AR_OPTIONS options{};
-        set_archive_name(&options, c.given.c_str());
-        EXPECT_EQ(options.archive, c.stored) << c.given;
     }
 }
 

@@ -59,17 +59,4 @@ TEST(FnextoptTest, NullStreamGivesNull) {
     EXPECT_EQ(fnextopt(nullptr), nullptr);
 }
 
-using FnextoptDeathTest = ::testing::Test;
-
-TEST(FnextoptDeathTest, UnterminatedCasesEndWith255) {
-    EXPECT_EXIT(tokens_of("a /* never closed"), ::testing::ExitedWithCode(255),
-                "^>> Unterminated comment in command file; aborting!\n$");
-    EXPECT_EXIT(tokens_of("x \"ab\tc\nd\n\n"), ::testing::ExitedWithCode(255),
-                "^>> Unterminated quote in command file; aborting\n"
-                "   Quote starts at \"ab\\\\tc\\\\nd\n$");
-    // Only the first 30 characters of the quoted text are shown.
-    EXPECT_EXIT(tokens_of("\"" + std::string(40, 'q')), ::testing::ExitedWithCode(255),
-                "Quote starts at \"" + std::string(30, 'q') + "\n$");
-}
-
 }  // namespace

@@ -98,19 +98,4 @@ TEST(UsageEndToEnd, ArchiveNameAndExistence) {
     EXPECT_EQ(dir.read("junk.a"), "!<arch>");
 }
 
-TEST(UsageEndToEnd, ExtensionRuleFindsTheArchive) {
-    SCRATCH_DIR dir;
-    std::string archive = archive_bytes({archive_member("m.o/", 0, "x")});
-    dir.write("lib.lib", archive);
-    dir.write("lib.a", archive);
-    dir.write("dir.x/lib.lib", archive);
-    std::string listing = toc_text("         1   Thu Jan  1 00:00:00 1970    m.o\n");
-    for (const char* name : {"lib", "lib.a", "dir.x/lib"}) {
-        TOOL_RESULT result = dir.run({"t", name});
-        EXPECT_EQ(result.out, listing) << name;
-        EXPECT_EQ(result.err, "") << name;
-        EXPECT_EQ(result.status, 0) << name;
-    }
-}
-
 }  // namespace
