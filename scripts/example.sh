@@ -14,8 +14,8 @@ cd "$work"
 echo "\$ arwren as example.a *.o      # create, printing each indexed symbol"
 "$bin" as example.a *.o
 echo
-echo "\$ arwren t example.a              # table of contents"
+echo "\$ arwren t example.a           # table of contents"
 "$bin" t example.a
 echo
-echo "\$ arwren rqs example.a            # rewrite quietly, print the symbol index only"
+echo "\$ arwren rqs example.a         # rewrite quietly, print the symbol index only"
 "$bin" rqs example.a
