@@ -21,6 +21,16 @@ bool is_indexed(OFE::OF_SYMBOL* symbol)
             kind == OFE::OF_SYM_KIND_COMMON);
 }
 
+// The member's contents seen as an object file, or null when they are none
+// (including an empty member).
+OFE::OBJECT_FILE* object_at(FHM_FILE* contents, const AR_MEMBER* member)
+{
+    if (member->size <= 0)
+        return nullptr;
+    return OFE::OBJECT_FILE::new_OBJECT_FILE(contents, (unsigned long)member->size, nullptr,
+                                             nullptr);
+}
+
 }  // namespace
 
 void AR_FILE::build_symbol_table()
@@ -56,13 +66,9 @@ void AR_FILE::find_symbols(AR_MEMBER* member)
     FHM_FILE* contents = open_member(member);
     if (contents == nullptr)
         return;
-    if (member->size > 0) {
-        OFE::OBJECT_FILE* object =
-            OFE::OBJECT_FILE::new_OBJECT_FILE(contents, (unsigned long)member->size, nullptr, nullptr);
-        if (object != nullptr) {
-            scan_symbols(member, object);
-            delete object;
-        }
+    if (OFE::OBJECT_FILE* object = object_at(contents, member)) {
+        scan_symbols(member, object);
+        delete object;
     }
     close_member(member, contents);
 }
@@ -107,13 +113,9 @@ int AR_FILE::member_format(AR_MEMBER* member)
     if (contents == nullptr)
         return 0;
     int format = 0;
-    if (member->size > 0) {
-        OFE::OBJECT_FILE* object =
-            OFE::OBJECT_FILE::new_OBJECT_FILE(contents, (unsigned long)member->size, nullptr, nullptr);
-        if (object != nullptr) {
-            format = object->format();
-            delete object;
-        }
+    if (OFE::OBJECT_FILE* object = object_at(contents, member)) {
+        format = object->format();
+        delete object;
     }
     close_member(member, contents);
     return format;

@@ -194,21 +194,4 @@ TEST_F(ArchiveRead, MissingFileIsANewEmptyArchive)
     EXPECT_FALSE(open_archive("text.a")->is_archive());
 }
 
-TEST_F(ArchiveRead, FindMemberAndListEditing)
-{
-    write("lib.a", B().member("a.o", "1").member("b.o", "2").member("a.o", "3").bytes());
-    auto ar = open_archive("lib.a");
-    AR_MEMBER* a = ar->find_member("a.o");
-    ASSERT_NE(a, nullptr);
-    EXPECT_EQ(a, ar->first_member());
-    EXPECT_EQ(ar->find_member("c.o"), nullptr);
-    ar->delete_member(a);
-    EXPECT_EQ(ar->find_member("a.o"), ar->last_member());
-    ar->delete_member(ar->last_member());
-    ar->add_member(ar->new_member("c.o", 1, 2, "x/c.o"));
-    EXPECT_EQ(member_names(*ar), (std::vector<std::string>{"b.o", "c.o"}));
-    EXPECT_EQ(ar->last_member()->prev, ar->first_member());
-    EXPECT_STREQ(ar->last_member()->path, "x/c.o");
-}
-
 }  // namespace

@@ -14,23 +14,23 @@ using B = ARCHIVE_BUILDER;
 
 class ArchiveWrite : public ARCHIVE_TEST {};
 
-struct MEMBER_SPEC {
+struct MEMBER_DATA {
     std::string name;
     std::string data;
     long date;
 };
 
 // Names from 14 to 17 characters, odd, even and empty contents.
-const std::vector<MEMBER_SPEC> MEMBERS = {
+const std::vector<MEMBER_DATA> MEMBERS = {
     {"abcdefghijk.14", "odd", 100},          {"abcdefghijkl.15", "even", 200},
     {"abcdefghijklm.16", "", 300},           {"abcdefghijklmn.17", "x", 400},
     {"short.o", "contents\n", 500},          {"another_long_name.o", "yz", 600},
 };
 
-std::string build(B::FORM form, const std::vector<MEMBER_SPEC>& members)
+std::string build(B::FORM form, const std::vector<MEMBER_DATA>& members)
 {
     B builder(form);
-    for (const MEMBER_SPEC& m : members)
+    for (const MEMBER_DATA& m : members)
         builder.member(m.name, m.data, m.date);
     return builder.bytes();
 }
@@ -52,9 +52,9 @@ TEST_F(ArchiveWrite, RewritesExactBytesInEveryFormat)
         write("lib.a", build(c.from, MEMBERS));
         auto ar = open_archive("lib.a");
         ASSERT_TRUE(ar->write_archive(c.abi)) << c.from << "->" << c.abi;
-        std::vector<MEMBER_SPEC> expected = MEMBERS;
+        std::vector<MEMBER_DATA> expected = MEMBERS;
         if (c.from == B::ORIGINAL) {
-            for (MEMBER_SPEC& m : expected)
+            for (MEMBER_DATA& m : expected)
                 m.name = m.name.substr(0, 15);
         }
         EXPECT_EQ(read("lib.a"), build(c.to, expected)) << c.from << "->" << c.abi;
@@ -65,7 +65,7 @@ TEST_F(ArchiveWrite, RewritesExactBytesInEveryFormat)
 
 TEST_F(ArchiveWrite, ShortNamesNeedNoTableInAnyFormat)
 {
-    std::vector<MEMBER_SPEC> members = {{"a.o", "1", 1}, {"exactly15chars_", "22", 2}};
+    std::vector<MEMBER_DATA> members = {{"a.o", "1", 1}, {"exactly15chars_", "22", 2}};
     for (AR_ABI abi : {AR_ABI_ORIGINAL, AR_ABI_NU_LONG_NAME, AR_ABI_POSIX}) {
         write("lib.a", build(B::POSIX, members));
         auto ar = open_archive("lib.a");
@@ -78,7 +78,7 @@ TEST_F(ArchiveWrite, ShortNamesNeedNoTableInAnyFormat)
 TEST_F(ArchiveWrite, NewArchiveFromFilesRoundTrips)
 {
     auto ar = open_archive("new.a");
-    for (const MEMBER_SPEC& m : MEMBERS) {
+    for (const MEMBER_DATA& m : MEMBERS) {
         std::string file = write(m.name, m.data);
         ar->add_member(ar->new_member(m.name.c_str(), int32_t(m.date), int32_t(m.data.size()),
                                       file.c_str()));
@@ -109,7 +109,7 @@ TEST_F(ArchiveWrite, EditsCopyKeptMembersAndReadReplacedOnes)
     replaced->data_offset = 0;
     ar->delete_member(ar->find_member("abcdefghijklm.16"));
     ASSERT_TRUE(ar->write_archive(AR_ABI_KEEP));
-    std::vector<MEMBER_SPEC> expected = MEMBERS;
+    std::vector<MEMBER_DATA> expected = MEMBERS;
     expected.erase(expected.begin() + 2);
     expected[3] = {"short.o", "new contents", 999};
     EXPECT_EQ(read("lib.a"), build(B::POSIX, expected));
@@ -223,29 +223,6 @@ TEST_F(ArchiveWrite, UncreatableArchiveIsReported)
     ASSERT_EQ(recorded_errors().size(), 1u);
     EXPECT_EQ(recorded_errors()[0].code, AR_CREATE_ERROR);
     EXPECT_EQ(recorded_errors()[0].message, "Cannot create archive: '" + path("file/new.a") + "'");
-}
-
-TEST_F(ArchiveWrite, CopyFilePadsOddSizesOnly)
-{
-    write("src", "12345");
-    for (int32_t size : {0, 4, 5}) {
-        for (bool pad : {false, true}) {
-            FHM_FILE* from = fhm_open(path("src").c_str(), "rb");
-            FHM_FILE* to = fhm_open(path("dst").c_str(), "wb");
-            ASSERT_EQ(copy_file(from, to, size, pad), 0);
-            fhm_close(from);
-            fhm_close(to);
-            std::string want = std::string("12345").substr(0, size_t(size));
-            if (pad && size % 2)
-                want += "\n";
-            EXPECT_EQ(read("dst"), want) << size << pad;
-        }
-    }
-    FHM_FILE* from = fhm_open(path("src").c_str(), "rb");
-    FHM_FILE* to = fhm_open(path("dst").c_str(), "wb");
-    EXPECT_EQ(copy_file(from, to, 6, true), AR_FILE_READ_ERROR);
-    fhm_close(from);
-    fhm_close(to);
 }
 
 }  // namespace
