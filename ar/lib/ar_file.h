@@ -130,6 +130,7 @@ private:
     AR_MEMBER* make_member(const char* name, int32_t date, int32_t size, int32_t data_offset);
     bool resolve_long_name(int64_t offset, AR_MEMBER* member);
     void append_symbol(char* name, AR_MEMBER* member, int32_t offset);
+    bool contents_available();
     bool move_old_archive_aside();
     bool create_new_archive();
     bool write_members();

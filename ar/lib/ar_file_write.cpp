@@ -44,13 +44,27 @@ int copy_file(FHM_FILE* from, FHM_FILE* to, int32_t size, bool pad)
 
 bool AR_FILE::write_archive(AR_ABI abi)
 {
-    if (!open_new_ar(abi))
+    if (!contents_available() || !open_new_ar(abi))
         return false;
     calculate_long_name_offsets();
     build_symbol_table();
     if (!write_symbol_table() || !write_long_name_table() || !write_members())
         return false;
     return finish_new_archive();
+}
+
+// Every member must have somewhere to be copied from before the archive is
+// touched: once it has been written, the old input is gone, and a second
+// write would otherwise truncate the only copy of the kept members.
+bool AR_FILE::contents_available()
+{
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
+        if (m->path == nullptr && input_ == nullptr && m->size > 0) {
+            set_error(AR_FILE_READ_ERROR, "Cannot read file: '%s'", m->name);
+            return false;
+        }
+    }
+    return true;
 }
 
 bool AR_FILE::open_new_ar(AR_ABI abi)

@@ -113,6 +113,10 @@ TEST_F(ArchiveWrite, EditsCopyKeptMembersAndReadReplacedOnes)
     expected.erase(expected.begin() + 2);
     expected[3] = {"short.o", "new contents", 999};
     EXPECT_EQ(read("lib.a"), build(B::POSIX, expected));
+    // The old archive is gone now; writing again must not truncate the new one.
+    EXPECT_FALSE(ar->write_archive(AR_ABI_KEEP));
+    EXPECT_EQ(read("lib.a"), build(B::POSIX, expected));
+    EXPECT_EQ(entries(), (std::set<std::string>{"lib.a", "short.o"}));
 }
 
 TEST_F(ArchiveWrite, HeaderLimits)
