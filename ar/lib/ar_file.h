@@ -45,7 +45,8 @@ public:
     bool is_archive();
     bool read_headers(bool read_symbols);
     void create_toc();
-    AR_MEMBER* read_member_header(int32_t offset);
+    AR_MEMBER* read_member_header(int32_t offset);  // null at the end or on an error
+    // field: the header's name field as terminated text (at most 16 characters).
     bool fix_member_name(const char* field, int32_t uid, AR_MEMBER* member);
     bool read_name_table(AR_MEMBER* member);
     bool read_symbol_table(AR_MEMBER* member);
@@ -76,11 +77,14 @@ public:
     bool write_archive(AR_ABI abi);
     bool open_new_ar(AR_ABI abi);
     void calculate_long_name_offsets();
+    // field must hold AR_NAME_TEXT_SIZE characters (ar/lib/ar_header.h).
     const char* format_member_name(const AR_MEMBER* member, char* field) const;
     bool write_header(const AR_MEMBER* member);
     bool write_symbol_table();
     bool write_long_name_table();
     bool write_member(AR_MEMBER* member);
+    // Undoes a half-done rewrite; safe to call at any moment, repeatedly, and
+    // from a signal handler.
     void cleanup();
 
     // Symbol index.
