@@ -66,14 +66,17 @@ struct EDGE {
 
 TEST_F(ArchiveRead, EdgeCasesAndCorruptInput)
 {
-    std::string good = B().member("a.o", "abc", 5).member("b.o", "xy", 6).bytes();
+    // Short and long distances between headers: both ways of moving on.
+    std::string good =
+        B().member("a.o", "abc", 5).member("big.o", std::string(1001, 'x')).member("b.o", "xy", 6)
+            .bytes();
     const std::string arch = path("lib.a");
     const std::string bad_header = "Corrupt member header: '" + arch + "'";
     const std::string bad_name = "Corrupt member name: '" + arch + "'";
     const std::string short_header = "Cannot read member header: '" + arch + "'";
     const std::vector<EDGE> cases = {
         {"magic only", "!<arch>\n", {}, 0, ""},
-        {"odd size padded", good, {"a.o", "b.o"}, 0, ""},
+        {"odd size padded", good, {"a.o", "big.o", "b.o"}, 0, ""},
         {"slash digits", posix_table_archive("/12"), {"long_name_at_twelve.o"}, 0, ""},
         {"slash offset zero", posix_table_archive("/0"), {"abcdefghij"}, 0, ""},
         {"slash non-digits", posix_table_archive("/1x"), {"/1x"}, 0, ""},
@@ -91,7 +94,8 @@ TEST_F(ArchiveRead, EdgeCasesAndCorruptInput)
          bad_header.c_str()},
         {"blank mode and gid ignored",
          B().member("a.o", "abc").field(B::MODE, "").field(B::GID, "zz").bytes(), {"a.o"}, 0, ""},
-        {"short header at end", good + "b.o/   12", {"a.o", "b.o"}, 1, short_header.c_str()},
+        {"short header at end", good + "b.o/   12", {"a.o", "big.o", "b.o"}, 1,
+         short_header.c_str()},
         {"bad second member", B().member("a.o", "abc").member("b.o", "x").field(B::DATE, "").bytes(),
          {"a.o"}, 1, bad_header.c_str()},
     };
