@@ -11,12 +11,6 @@
 
 namespace {
 
-// Large stdio buffers: archives are read and written in long sequential
-// runs, and the stream's default block-sized buffer costs a system call
-// every few kilobytes.
-constexpr size_t INPUT_BUFFER_SIZE = 64 * 1024;
-constexpr size_t OUTPUT_BUFFER_SIZE = 256 * 1024;
-
 // Moving forward by at most this much reads instead of seeking.
 constexpr size_t SKIP_BY_READING = 512;
 
@@ -31,7 +25,8 @@ AR_FILE::AR_FILE(const char* name, FHM_FILE* handle, AR_ERROR_CALLBACK callback)
       name_table_size_(0), first_symbol_(nullptr), last_symbol_(nullptr), symbol_count_(0),
       symbol_table_size_(0), symbol_data_(nullptr), long_name_size_(0), moved_aside_(0),
       output_live_(0), final_name_(nullptr), temp_name_(nullptr), output_(nullptr),
-      callback_(callback), input_buffer_(nullptr), output_buffer_(nullptr), errors_(0)
+      callback_(callback), input_buffer_(nullptr), output_buffer_(nullptr),
+      member_buffer_(nullptr), member_buffer_user_(nullptr), errors_(0)
 {
     name_ = zone_.strdup(name);
     if (input_ == nullptr) {
@@ -39,7 +34,7 @@ AR_FILE::AR_FILE(const char* name, FHM_FILE* handle, AR_ERROR_CALLBACK callback)
         input_ = fhm_open(name, "rb");
         owns_input_ = input_ != nullptr;
         if (owns_input_)
-            set_stream_buffer(input_, &input_buffer_);
+            set_stream_buffer(input_, &input_buffer_, INPUT_BUFFER_SIZE);
     }
 }
 
@@ -64,9 +59,8 @@ void AR_FILE::set_error(AR_ERROR_CODE code, const char* format, ...)
 
 // The buffer lives in the zone, which outlives every stream that uses it:
 // the streams are closed before the zone is destroyed.
-void AR_FILE::set_stream_buffer(FHM_FILE* file, char** buffer)
+void AR_FILE::set_stream_buffer(FHM_FILE* file, char** buffer, size_t size)
 {
-    size_t size = buffer == &input_buffer_ ? INPUT_BUFFER_SIZE : OUTPUT_BUFFER_SIZE;
     FILE* fp = file->fp();
     if (fp == nullptr)
         return;
@@ -156,8 +150,13 @@ FHM_FILE* AR_FILE::open_member(AR_MEMBER* member)
 {
     if (member->path != nullptr) {
         FHM_FILE* file = fhm_open(member->path, "rb");
-        if (file == nullptr)
+        if (file == nullptr) {
             set_error(AR_OPEN_ERROR, "Cannot open file: '%s'", member->path);
+        } else if (member_buffer_user_ == nullptr) {
+            // One member file at a time shares the buffer.
+            member_buffer_user_ = file;
+            set_stream_buffer(file, &member_buffer_, MEMBER_BUFFER_SIZE);
+        }
         return file;
     }
     if (input_ == nullptr)
@@ -171,8 +170,11 @@ FHM_FILE* AR_FILE::open_member(AR_MEMBER* member)
 
 void AR_FILE::close_member(AR_MEMBER* member, FHM_FILE* handle)
 {
-    if (member->path != nullptr && handle != nullptr && handle != input_)
-        fhm_close(handle);
+    if (member->path == nullptr || handle == nullptr || handle == input_)
+        return;
+    if (handle == member_buffer_user_)
+        member_buffer_user_ = nullptr;
+    fhm_close(handle);
 }
 
 // The field is cleared before the stream is closed so that a signal handler

@@ -2,6 +2,7 @@
 #define ARWREN_AR_LIB_AR_FILE_H
 
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 
 #include "ar/lib/ar_member.h"
@@ -99,6 +100,14 @@ public:
         __attribute__((format(printf, 3, 4)));
 
 private:
+    // Large stdio buffers: archives are read and written in long sequential
+    // runs, and a stream's default block-sized buffer costs a system call
+    // every few kilobytes. Member files get one too, which also spares each
+    // stream the status query it makes to size a buffer of its own.
+    static constexpr size_t INPUT_BUFFER_SIZE = 64 * 1024;
+    static constexpr size_t OUTPUT_BUFFER_SIZE = 256 * 1024;
+    static constexpr size_t MEMBER_BUFFER_SIZE = 16 * 1024;
+
     FHM_FILE* input_;
     bool owns_input_;
     char* name_;
@@ -126,6 +135,8 @@ private:
     AR_ERROR_CALLBACK callback_;
     char* input_buffer_;
     char* output_buffer_;
+    char* member_buffer_;
+    FHM_FILE* member_buffer_user_;        // the member file using member_buffer_
     int errors_;                          // failures reported through set_error
 
     bool seek_input(int64_t offset);
@@ -140,7 +151,7 @@ private:
     bool write_members();
     bool finish_new_archive();
     void remove_old_archive();
-    void set_stream_buffer(FHM_FILE* file, char** buffer);
+    void set_stream_buffer(FHM_FILE* file, char** buffer, size_t size);
     int64_t write_bytes(const void* data, size_t size);
 };
 

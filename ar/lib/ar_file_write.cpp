@@ -107,7 +107,7 @@ bool AR_FILE::move_old_archive_aside()
     }
     owns_input_ = true;
     input_ = input;
-    set_stream_buffer(input_, &input_buffer_);
+    set_stream_buffer(input_, &input_buffer_, INPUT_BUFFER_SIZE);
     return true;
 }
 
@@ -123,7 +123,7 @@ bool AR_FILE::create_new_archive()
         return false;
     }
     output_ = output;
-    set_stream_buffer(output_, &output_buffer_);
+    set_stream_buffer(output_, &output_buffer_, OUTPUT_BUFFER_SIZE);
     if (write_bytes(AR_MAGIC, AR_MAGIC_SIZE) != int64_t(AR_MAGIC_SIZE)) {
         set_error(AR_WRITE_ERROR, "Cannot write archive: '%s'", final_name_);
         return false;
