@@ -66,6 +66,18 @@ def compare(title, tools, runs):
     return med
 
 
+def create_keys(arwren):
+    """How each tool builds a new archive with a symbol index from a list of files.
+
+    arwren's "a" appends every file without looking for a member of the same
+    name, which is what "q" does in the other two; their "r" searches the
+    member list for every file (quadratic in GNU ar). Both peers write the
+    symbol index on "q" as well ("qs" would make GNU ar behave as "r").
+    """
+    return (("arwren", [arwren, "aq"]), ("llvm-ar", ["llvm-ar", "qc"]),
+            ("gnu-ar", ["ar", "qc"]))
+
+
 def extract_newlib(work):
     src = os.path.join(work, "libc")
     os.makedirs(src)
@@ -84,8 +96,7 @@ def bench_newlib(arwren, work, runs):
         return lambda: os.path.exists(path) and os.remove(path)
 
     tools = []
-    for tool, cmd in (("arwren", [arwren, "aq"]), ("llvm-ar", ["llvm-ar", "rcs"]),
-                      ("gnu-ar", ["ar", "rcs"])):
+    for tool, cmd in create_keys(arwren):
         target = os.path.join(out, tool + ".a")
         tools.append((tool, cmd + [target] + names, src, fresh(target)))
     compare("create libc.a (%d members)" % len(names), tools, runs)
@@ -106,12 +117,13 @@ def make_small_members(work, count):
 def bench_small(arwren, work, runs, count):
     src, names = make_small_members(work, count)
     touch_all = lambda: [os.utime(os.path.join(src, n)) for n in names]
+    create = dict(create_keys(arwren))
     cmds = {
-        "arwren": dict(create=[arwren, "aq"], list=[arwren, "t"], extract=[arwren, "x"],
+        "arwren": dict(create=create["arwren"], list=[arwren, "t"], extract=[arwren, "x"],
                        replace=[arwren, "rq"]),
-        "llvm-ar": dict(create=["llvm-ar", "rcs"], list=["llvm-ar", "tv"],
+        "llvm-ar": dict(create=create["llvm-ar"], list=["llvm-ar", "tv"],
                         extract=["llvm-ar", "x"], replace=["llvm-ar", "rs"]),
-        "gnu-ar": dict(create=["ar", "rcs"], list=["ar", "tv"], extract=["ar", "x"],
+        "gnu-ar": dict(create=create["gnu-ar"], list=["ar", "tv"], extract=["ar", "x"],
                        replace=["ar", "rs"]),
     }
     archives = {t: os.path.join(work, "small-%s.a" % t) for t in cmds}
