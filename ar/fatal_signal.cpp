@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <unistd.h>
 
 #include "ar/lib/ar_file.h"
 
@@ -34,9 +35,19 @@ const char* fatal_signal_text(int signal_number) {
     }
 }
 
+// Only the file part of the clean-up runs here: the signal may have stopped
+// the program inside stdio or the allocator, where closing a stream or
+// freeing memory would deadlock.
 void restore_current_archive() {
     if (current_archive != nullptr)
-        current_archive->cleanup();
+        current_archive->restore_files();
+}
+
+// Flushes what the user was shown so far and ends the process without
+// running destructors, which would close streams and free memory.
+[[noreturn]] void end_process(int status) {
+    fflush(nullptr);
+    _exit(status);
 }
 
 void report_internal_error(int signal_number) {
@@ -59,14 +70,14 @@ void fatal_signal(int signal_number) {
     if (signal_number == SIGHUP || signal_number == SIGINT) {
         fputs("[forced exit]\n", stderr);
         restore_current_archive();
-        exit(2);
+        end_process(2);
     }
     if (signal_number == SIGTERM) {
         fputs("[received a terminate signal]\n", stderr);
         restore_current_archive();
-        exit(1);
+        end_process(1);
     }
     report_internal_error(signal_number);
     restore_current_archive();
-    exit(1);
+    end_process(1);
 }

@@ -87,6 +87,7 @@ public:
     // Undoes a half-done rewrite; safe to call at any moment, repeatedly, and
     // from a signal handler.
     void cleanup();
+    void restore_files();   // cleanup's file part, safe in a signal handler
 
     // Symbol index.
     void build_symbol_table();

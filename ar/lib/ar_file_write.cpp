@@ -2,12 +2,13 @@
 // name, the new one is written under the final name, and the old one is
 // removed only once the new one is complete.
 //
-// cleanup() may run from a fatal-signal handler at any instruction, so every
+// restore_files() may run from a fatal-signal handler at any instruction, so every
 // step below changes the rewrite state in an order that leaves, under the
 // archive's name, either the old archive untouched or the new one complete.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <unistd.h>
 
 #include "ar/lib/ar_file.h"
 #include "ar/lib/ar_header.h"
@@ -325,23 +326,30 @@ void AR_FILE::remove_old_archive()
     name_ = final_name_;
 }
 
-// Puts the files right first, with plain renames and removals, and closes
-// the streams only afterwards. Each step is safe to repeat, so a signal
-// arriving while the error path runs cleanup() does no harm.
-void AR_FILE::cleanup()
+// Puts the files right with nothing but unlink() and rename(), which are
+// safe inside a signal handler: the handler may have interrupted stdio or
+// the allocator, so it must neither close streams nor free memory. The
+// temporary name always lies in the archive's own directory, so the rename
+// back is a plain rename. Each step is safe to repeat.
+void AR_FILE::restore_files()
 {
     if (output_live_) {
-        fn_delete(final_name_);
+        unlink(final_name_);
         output_live_ = 0;
     }
     if (moved_aside_) {
-        // When the temporary name lay on another device the rename was a
-        // copy; the leftover copy is removed once the archive is back.
-        if (fn_rename(temp_name_, final_name_))
-            fn_delete(temp_name_);
+        rename(temp_name_, final_name_);
         moved_aside_ = 0;
-        name_ = final_name_;
     }
+}
+
+// The error path's cleanup: the files first, then the streams.
+void AR_FILE::cleanup()
+{
+    bool was_moved = moved_aside_;
+    restore_files();
+    if (was_moved)
+        name_ = final_name_;
     FHM_FILE* output = output_;
     output_ = nullptr;
     if (output != nullptr)
