@@ -6,12 +6,28 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include "tool_run.h"
 
 namespace {
+
+// Waits until the run sleeps in a read of its command file pipe, so that the
+// signal finds it there and not inside the allocator (the handler's exit
+// would then wait forever for the allocator's lock).
+void wait_until_reading_pipe(int pid) {
+    std::string wchan = "/proc/" + std::to_string(pid) + "/wchan";
+    for (int tries = 0; tries < 10000; tries++) {
+        std::ifstream in(wchan);
+        std::string where;
+        in >> where;
+        if (where.find("pipe_read") != std::string::npos)
+            return;
+        usleep(1000);
+    }
+}
 
 // The command file is a pipe that is never written: the run waits in it with
 // its handlers installed when the signal comes.
@@ -38,6 +54,7 @@ TEST(SignalEndToEnd, FatalSignalsReportAndExit) {
         int pid = dir.start({"@cmds"});
         int writer = open(dir.at("cmds").c_str(), O_WRONLY);  // returns once the run opened it
         ASSERT_GE(writer, 0);
+        wait_until_reading_pipe(pid);
         kill(pid, c.signal_number);
         TOOL_RESULT result = dir.finish(pid);
         close(writer);
