@@ -22,28 +22,6 @@ const int kMoments = 12;
 // A run that has not ended this long after its signal hangs in the handler.
 const int kHangMs = 30000;
 
-#if defined(__SANITIZE_ADDRESS__)
-const bool kAddressSanitizer = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-const bool kAddressSanitizer = true;
-#else
-const bool kAddressSanitizer = false;
-#endif
-#else
-const bool kAddressSanitizer = false;
-#endif
-
-// Known fault, reported: fatal_signal (ar/fatal_signal.cpp) ends with
-// exit(), which under AddressSanitizer runs the leak checker; when the
-// signal arrived inside malloc the checker waits forever for the allocator
-// lock the interrupted malloc holds. Asynchronous signals are therefore not
-// sent to a sanitized build until the handler ends with _exit().
-#define SKIP_SIGNALS_UNDER_ADDRESS_SANITIZER()                                          \
-    if (kAddressSanitizer)                                                              \
-    GTEST_SKIP() << "fatal_signal calls exit() in the handler, which deadlocks in the " \
-                    "leak checker when the signal lands inside malloc"
-
 // An archive of kMembers members of about 64 KiB (some odd sizes) in a
 // directory of its own, the member files changed after it was made, and the
 // archive that replacing them all must produce.
@@ -118,7 +96,6 @@ struct SIGNAL_CASE {
 };
 
 TEST_F(REWRITE_SAFETY, SignalAtAnyMomentLeavesOldOrNewArchive) {
-    SKIP_SIGNALS_UNDER_ADDRESS_SANITIZER();
     const SIGNAL_CASE cases[] = {
         {SIGINT, 2, "[forced exit]\n"},
         {SIGHUP, 2, "[forced exit]\n"},
@@ -154,7 +131,6 @@ TEST_F(REWRITE_SAFETY, SignalAtAnyMomentLeavesOldOrNewArchive) {
 }
 
 TEST_F(REWRITE_SAFETY, InterruptedCreationLeavesNothingOrTheWholeArchive) {
-    SKIP_SIGNALS_UNDER_ADDRESS_SANITIZER();
     // No old archive: an interrupted run must remove what it had written.
     command_[1] = "aq";
     remove_tree(archive_);
