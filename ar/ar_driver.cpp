@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sys/stat.h>
 
 #include "ar/ar_options.h"
 #include "ar/cmdfile.h"
@@ -98,6 +99,18 @@ void check_archive_exists(const AR_OPTIONS* options, AR_FILE* archive) {
         front_error_exit("'%s' is not an archive", options->archive);
 }
 
+// a and r read an existing file as the archive to extend. A file that holds
+// bytes but no archive magic and yet read without a header error (a file of
+// at most eight bytes, or another tool's archive variant) would otherwise be
+// overwritten silently; it is refused instead. An empty file is a new archive.
+void refuse_foreign_file(const AR_OPTIONS* options, AR_FILE* archive) {
+    struct stat st;
+    if (!archive->has_input() || archive->is_archive())
+        return;
+    if (stat(options->archive, &st) == 0 && st.st_size > 0)
+        front_error_exit("'%s' is not an archive", options->archive);
+}
+
 // Reads the key, the archive name and the files from the command line or
 // from the command file that the first argument names.
 void read_arguments(AR_OPTIONS* options, int argc, char** argv) {
@@ -183,6 +196,7 @@ void run_archiver(int argc, char** argv) {
     check_archive_exists(options, archive);
     archive->read_headers(false);
     archive->create_toc();
+    refuse_foreign_file(options, archive);
     current_archive = archive;
     execute_command(options, archive);
     fflush(stdout);

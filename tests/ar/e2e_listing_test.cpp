@@ -114,4 +114,26 @@ TEST(ListingEndToEnd, CorruptArchivesAreRefusedAndLeftAlone) {
     }
 }
 
+// A file with bytes but no archive magic is never taken for an archive to
+// extend, even when it is too short to fail on a header; an empty file is a
+// new archive.
+TEST(ListingEndToEnd, ForeignFilesAreNotExtended) {
+    for (const char* bytes : {"hi\n", "!<thin>\n"}) {
+        for (const char* key : {"a", "r", "t"}) {
+            SCRATCH_DIR dir;
+            dir.write("notes.a", bytes);
+            dir.write("a.o", "new");
+            TOOL_RESULT result = dir.run({key, "notes.a", "a.o"});
+            EXPECT_EQ(result.err, "  -->  error: 'notes.a' is not an archive\n") << key;
+            EXPECT_EQ(result.status, 1) << key;
+            EXPECT_EQ(dir.read("notes.a"), bytes) << key;
+        }
+    }
+    SCRATCH_DIR dir;
+    dir.write("empty.a", "");
+    dir.write("a.o", "new");
+    EXPECT_EQ(dir.run({"aq", "empty.a", "a.o"}).status, 0);
+    EXPECT_EQ(dir.read("empty.a").substr(0, 8), "!<arch>\n");
+}
+
 }  // namespace
