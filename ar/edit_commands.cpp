@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <cstdlib>
 
 #include "ar/ar_options.h"
@@ -61,8 +62,15 @@ void replace_selected(AR_OPTIONS* options, AR_FILE* archive, AR_MEMBER* member,
     member->data_offset = 0;
 }
 
+// Extracting everything writes each member under its own name in the current
+// directory. A name read from the archive that holds a "/" (as "../x" can in
+// the 16-character field) would write elsewhere, so it is refused.
+bool escapes_current_dir(const AR_MEMBER* member, const char* path) {
+    return path == member->name && strchr(path, '/') != nullptr;
+}
+
 void extract_member(AR_FILE* archive, AR_MEMBER* member, const char* path, bool verbose) {
-    FHM_FILE* output = fhm_open(path, "wb");
+    FHM_FILE* output = escapes_current_dir(member, path) ? nullptr : fhm_open(path, "wb");
     if (output == nullptr)
         front_error_exit("cannot create '%s'", path);
     FHM_FILE* input = archive->open_member(member);

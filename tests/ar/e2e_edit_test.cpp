@@ -179,4 +179,12 @@ TEST(ExtractEndToEnd, WritesMembersToTheirPaths) {
     EXPECT_EQ(dir.read("lib.a"), two_members());
 }
 
+TEST(ExtractEndToEnd, StoredNameWithADirectoryIsNotFollowed) {
+    SCRATCH_DIR dir;
+    dir.write("sub/lib.a", archive_bytes({archive_member("../escape.o/", kOld, "x")}));
+    TOOL_RESULT result = dir.run({"x", "sub/lib.a"});
+    expect_result(result, "", "  -->  error: cannot create '../escape.o'\n", 1, "x all");
+    EXPECT_FALSE(dir.exists("escape.o"));
+}
+
 }  // namespace
