@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <unistd.h>
 
 #include "ar/lib/ar_file.h"
@@ -43,20 +44,39 @@ void restore_current_archive() {
         current_archive->restore_files();
 }
 
-// Flushes what the user was shown so far and ends the process without
-// running destructors, which would close streams and free memory.
+// The handler's own texts go straight to the descriptor: stdio's list of
+// open streams is guarded by a lock that the interrupted code may hold
+// (every fopen and fclose takes it).
+void say(const char* text) {
+    size_t left = strlen(text);
+    while (left > 0) {
+        ssize_t n = write(STDERR_FILENO, text, left);
+        if (n <= 0)
+            return;
+        text += n;
+        left -= static_cast<size_t>(n);
+    }
+}
+
+// Standard output holds the progress shown so far; it is flushed alone
+// (flushing every stream would take that lock), and the process ends
+// without running destructors, which would close streams and free memory.
+void flush_output() {
+    fflush(stdout);
+}
+
 [[noreturn]] void end_process(int status) {
-    fflush(nullptr);
+    flush_output();
     _exit(status);
 }
 
 void report_internal_error(int signal_number) {
-    fprintf(stderr, "\nINTERNAL ERROR: %s\n", fatal_signal_text(signal_number));
-    fflush(nullptr);
-    fputs("\n\n", stderr);
-    fflush(nullptr);
-    fputs(kInternalErrorAdvice, stderr);
-    fflush(nullptr);
+    say("\nINTERNAL ERROR: ");
+    say(fatal_signal_text(signal_number));
+    say("\n");
+    flush_output();
+    say("\n\n");
+    say(kInternalErrorAdvice);
 }
 
 }  // namespace
@@ -68,12 +88,14 @@ void install_fatal_signals() {
 
 void fatal_signal(int signal_number) {
     if (signal_number == SIGHUP || signal_number == SIGINT) {
-        fputs("[forced exit]\n", stderr);
+        flush_output();
+        say("[forced exit]\n");
         restore_current_archive();
         end_process(2);
     }
     if (signal_number == SIGTERM) {
-        fputs("[received a terminate signal]\n", stderr);
+        flush_output();
+        say("[received a terminate signal]\n");
         restore_current_archive();
         end_process(1);
     }
