@@ -1,11 +1,10 @@
 #include "ofe/of_section.h"
 
 #include <cstdlib>
-#include <cstring>
 
 #include "ofe/object_file.h"
 #include "ofe/of_machine_db.h"
-#include "support/safe_alloc.h"
+#include "support/file_names.h"
 
 namespace OFE {
 
@@ -21,12 +20,7 @@ int OF_SECTION::set_name(const char* name) {
     if (max_state(OF_STATE_OPEN) != 0)
         return -1;
     free(name_);
-    name_ = nullptr;
-    if (name) {
-        const size_t length = strlen(name) + 1;
-        name_ = static_cast<char*>(safemalloc(length));
-        memcpy(name_, name, length);
-    }
+    name_ = name ? fn_realname(name) : nullptr;
     return 0;
 }
 

@@ -1,11 +1,10 @@
 #include "ofe/of_symbol.h"
 
 #include <cstdlib>
-#include <cstring>
 
 #include "ofe/object_file.h"
 #include "ofe/of_section_table.h"
-#include "support/safe_alloc.h"
+#include "support/file_names.h"
 
 namespace OFE {
 
@@ -26,12 +25,7 @@ int OF_SYMBOL::set_name(const char* name) {
     if (owner_ && owner_->max_state(OF_STATE_OPEN) != 0)
         return -1;
     free(name_);
-    name_ = nullptr;
-    if (name) {
-        const size_t length = strlen(name) + 1;
-        name_ = static_cast<char*>(safemalloc(length));
-        memcpy(name_, name, length);
-    }
+    name_ = name ? fn_realname(name) : nullptr;
     return 0;
 }
 
