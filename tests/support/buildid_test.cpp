@@ -2,19 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
+
+#include "support/text_capture.h"
 
 namespace {
 
 TEST(BuildidTest, LabelThenCodeThenNewline) {
-    char* text = nullptr;
-    size_t size = 0;
-    FILE* out = open_memstream(&text, &size);
-    buildid(out, "Build Number ");
-    fclose(out);
-    std::string line(text, size);
-    free(text);
+    const std::string line = written_by([](FILE* f) { buildid(f, "Build Number "); });
     EXPECT_TRUE(testing::internal::RE::FullMatch(
         line, testing::internal::RE("Build Number [0-9]+\\.[0-9]+\\.[0-9]+\\.[0-9]{6}\\.[0-9]{4}\n")))
         << line;

@@ -4,19 +4,14 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
-TEST(SafeAllocTest, ZeroBytesAndNullPointerStillAllocate) {
+// A zero-byte request must not pass for a failure.
+TEST(SafeAllocTest, ZeroBytesStillAllocate) {
     void* none = safemalloc(0);
     EXPECT_NE(none, nullptr);
     free(none);
-    char* grown = static_cast<char*>(saferealloc(nullptr, 4));
-    memcpy(grown, "abc", 4);
-    grown = static_cast<char*>(saferealloc(grown, 4096));
-    EXPECT_STREQ(grown, "abc");
-    free(grown);
 }
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -29,12 +24,11 @@ TEST(SafeAllocTest, ZeroBytesAndNullPointerStillAllocate) {
 
 #ifndef ARWREN_ASAN
 // The sanitizers' allocator reports huge requests itself instead of
-// returning null, so these run only in plain builds.
+// returning null, so this runs only in plain builds.
 TEST(SafeAllocDeathTest, FailureEndsProcess) {
     EXPECT_EXIT(safemalloc(SIZE_MAX / 2), testing::ExitedWithCode(1), "^ERROR: out of memory\n$");
     EXPECT_EXIT(safecalloc(SIZE_MAX / 2, 4), testing::ExitedWithCode(1), "^ERROR: out of memory\n$");
-    EXPECT_EXIT(saferealloc(nullptr, SIZE_MAX / 2), testing::ExitedWithCode(1),
-                "^ERROR: out of memory\n$");
+    EXPECT_EXIT(saferealloc(nullptr, SIZE_MAX / 2), testing::ExitedWithCode(1), "^ERROR: out of memory\n$");
 }
 #endif
 
