@@ -1,25 +1,14 @@
 // Runs driven by a command file.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "tool_run.h"
+#include "front_run.h"
 
 namespace {
-
-const std::string kShortUsage =
-    "WREN Archiver                           v1.0.0 release\n"
-    "(c) Copyright 2026 arwren developers    All rights reserved.\n"
-    "\n Syntax : arwren [arxdt][quvsh][012] archive files ...\n"
-    "          arwren @command_file\n";
 
 std::string listed(const std::string& name) {
     return toc_text("         1   Thu Jan  1 00:00:00 1970    " + name + "\n");
 }
 
 TEST(CommandFileEndToEnd, TokensQuotesCommentsAndWarnings) {
-    struct {
+    const struct {
         const char* what;
         std::string text;
         std::string out;
@@ -44,19 +33,13 @@ TEST(CommandFileEndToEnd, TokensQuotesCommentsAndWarnings) {
          ">> Unterminated quote in command file; aborting\n"
          "   Quote starts at \"" + std::string(30, 'q') + "\n", 255},
     };
+    SCRATCH_DIR dir;
+    dir.write("lib.a", ARCHIVE_BUILDER().member("a.o", "1").member("b c.o", "2").bytes());
     for (const auto& c : cases) {
-        for (const char* form : {"@", "-@"}) {
-            SCRATCH_DIR dir;
-            dir.write("lib.a", archive_bytes({archive_member("a.o/", 0, "1"),
-                                              archive_member("b c.o/", 0, "2"),
-                                              archive_member("k-1#2.o/", 0, "3")}));
-            dir.write("cmds", c.text);
-            TOOL_RESULT result = dir.run({form + std::string("cmds"), "ignored"});
-            std::string what = std::string(c.what) + " " + form;
-            EXPECT_EQ(result.out, c.out) << what;
-            EXPECT_EQ(result.err, c.err) << what;
-            EXPECT_EQ(result.status, c.status) << what;
-        }
+        SCOPED_TRACE(c.what);
+        dir.write("cmds", c.text);
+        for (const char* form : {"@", "-@"})
+            expect_run(dir, {form + std::string("cmds"), "ignored"}, c.out, c.err, c.status);
     }
 }
 
@@ -64,11 +47,8 @@ TEST(CommandFileEndToEnd, EditsFromACommandFile) {
     SCRATCH_DIR dir;
     dir.write("my file.txt", "abc", 1000000000);
     dir.write("cmds", "aq lib.a \"my file.txt\"\n");
-    TOOL_RESULT result = dir.run({"@cmds"});
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(dir.read("lib.a"), archive_bytes({archive_member("my file.txt/", 1000000000, "abc")}));
+    expect_run(dir, {"@cmds"}, "", "", 0);
+    EXPECT_EQ(dir.read("lib.a"), ARCHIVE_BUILDER().member("my file.txt", "abc", 1000000000).bytes());
 }
 
 }  // namespace

@@ -1,10 +1,6 @@
 // The symbol index of real objects (the examples, built by the ARM cross
 // compiler as examples/README.md says) printed by the s option.
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "tool_run.h"
+#include "front_run.h"
 
 namespace {
 
@@ -22,36 +18,28 @@ const std::string kSymbols =
     "  ==>  symbol defined: 'gain_shift'\n"
     "  ==>  symbol defined: 'gain_table'\n";
 
-void copy_examples(const SCRATCH_DIR& dir) {
-    for (const char* object : kObjects) {
-        std::string path = std::string(ARWREN_SOURCE_DIR) + "/examples/objects/" + object;
-        ASSERT_EQ(dir.run_program({"/bin/cp", path, dir.at(object)}), 0) << path;
-    }
-}
-
 TEST(SymbolsEndToEnd, IndexIsPrintedAfterEveryRewrite) {
     SCRATCH_DIR dir;
-    copy_examples(dir);
     std::vector<std::string> add = {"as", "ex.a"};
-    add.insert(add.end(), std::begin(kObjects), std::end(kObjects));
-    TOOL_RESULT result = dir.run(add);
-    EXPECT_EQ(result.out, "  ==>  new archive 'ex.a'\n  ==>  building archive 'ex.a'\n" + kSymbols);
-    EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.status, 0);
-    std::string first = dir.read("ex.a");
+    for (const char* object : kObjects) {
+        dir.write(object, SCRATCH_DIR::read_file(std::string(ARWREN_SOURCE_DIR) +
+                                                 "/examples/objects/" + object));
+        add.push_back(object);
+    }
+    expect_run(dir, add, "  ==>  new archive 'ex.a'\n  ==>  building archive 'ex.a'\n" + kSymbols,
+               "", 0);
+    const std::string first = dir.read("ex.a");
 
     // q silences progress but not the index; rewriting the same files changes nothing.
-    result = dir.run({"rqs", "ex.a"});
-    EXPECT_EQ(result.out, kSymbols);
-    EXPECT_EQ(result.status, 0);
+    expect_run(dir, {"rqs", "ex.a"}, kSymbols, "", 0);
     EXPECT_EQ(dir.read("ex.a"), first);
 
     // Deleting a member drops its symbols; t never prints the index.
-    result = dir.run({"dqs", "ex.a", "gain.o"});
-    EXPECT_EQ(result.out, kSymbols.substr(0, kSymbols.find("  ==>  symbol defined: 'gain_default'",
-                                                           40)));
-    result = dir.run({"ts", "ex.a", "filter.o"});
-    EXPECT_EQ(result.out.find("symbol"), std::string::npos);
+    expect_run(dir, {"dqs", "ex.a", "gain.o"},
+               kSymbols.substr(0, kSymbols.find("  ==>  symbol defined: 'gain_default'", 40)), "",
+               0);
+    RUN_RESULT listing = run_arwren({"ts", "ex.a", "filter.o"}, dir.dir());
+    EXPECT_EQ(listing.out.find("symbol"), std::string::npos);
 }
 
 }  // namespace

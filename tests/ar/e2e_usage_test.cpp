@@ -1,19 +1,8 @@
 // The binary's answers to bad or incomplete command lines: usage texts,
 // key errors and archive name problems.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "tool_run.h"
+#include "front_run.h"
 
 namespace {
-
-const std::string kShortUsage =
-    "WREN Archiver                           v1.0.0 release\n"
-    "(c) Copyright 2026 arwren developers    All rights reserved.\n"
-    "\n Syntax : arwren [arxdt][quvsh][012] archive files ...\n"
-    "          arwren @command_file\n";
 
 const std::string kFullUsage = kShortUsage +
     "\n Commands : (only one may be selected)\n"
@@ -40,14 +29,6 @@ struct MESSAGE_CASE {
     int status;
 };
 
-void expect_run(const SCRATCH_DIR& dir, const MESSAGE_CASE& c) {
-    std::string what = c.args.empty() ? "(no arguments)" : c.args[0];
-    TOOL_RESULT result = dir.run(c.args);
-    EXPECT_EQ(result.out, c.out) << what;
-    EXPECT_EQ(result.err, c.err) << what;
-    EXPECT_EQ(result.status, c.status) << what;
-}
-
 TEST(UsageEndToEnd, UsageAndKeyErrors) {
     SCRATCH_DIR dir;
     const MESSAGE_CASE cases[] = {
@@ -66,12 +47,12 @@ TEST(UsageEndToEnd, UsageAndKeyErrors) {
         {{"-@missing.cmd"}, "", kError + "cannot open 'missing.cmd'\n", 1},
     };
     for (const MESSAGE_CASE& c : cases)
-        expect_run(dir, c);
+        expect_run(dir, c.args, c.out, c.err, c.status);
 }
 
 TEST(UsageEndToEnd, ToolVersion) {
     SCRATCH_DIR dir;
-    TOOL_RESULT result = dir.run({"--toolversion", "ignored"});
+    RUN_RESULT result = run_arwren({"--toolversion", "ignored"}, dir.dir());
     std::string product = "WREN Archiver                           v1.0.0 release\n";
     EXPECT_EQ(result.out.substr(0, product.size()), product);
     EXPECT_EQ(result.out.substr(product.size(), 13), "Build Number ");
@@ -82,7 +63,7 @@ TEST(UsageEndToEnd, ToolVersion) {
 TEST(UsageEndToEnd, ArchiveNameAndExistence) {
     SCRATCH_DIR dir;
     dir.write("junk.a", "!<arch>");  // one byte short of the magic
-    dir.write("dir.x/placeholder", "");
+    dir.subdir("dir.x");
     const MESSAGE_CASE cases[] = {
         {{"t", "lib"}, "", kError + "cannot open archive: 'lib.lib'\n", 1},
         {{"x", "lib.a"}, "", kError + "cannot open archive: 'lib.a'\n", 1},
@@ -94,7 +75,7 @@ TEST(UsageEndToEnd, ArchiveNameAndExistence) {
         {{"d", "junk.a", "x"}, "", kError + "'junk.a' is not an archive\n", 1},
     };
     for (const MESSAGE_CASE& c : cases)
-        expect_run(dir, c);
+        expect_run(dir, c.args, c.out, c.err, c.status);
     EXPECT_EQ(dir.read("junk.a"), "!<arch>");
 }
 

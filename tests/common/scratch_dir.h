@@ -1,25 +1,34 @@
 #ifndef ARWREN_TESTS_COMMON_SCRATCH_DIR_H
 #define ARWREN_TESTS_COMMON_SCRATCH_DIR_H
 
+#include <sys/stat.h>
+#include <utime.h>
+
+#include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <ftw.h>
-#include <iterator>
+#include <sstream>
 #include <string>
+#include <vector>
 
 // A private directory under the system's temporary directory, removed with
-// everything in it when the test ends.
+// everything in it when the test ends. Names given to it are relative to it.
 class SCRATCH_DIR {
 public:
+    static constexpr long kNow = LONG_MIN;  // leave a written file's time alone
+
     explicit SCRATCH_DIR(const char* base = "/tmp") {
         std::string pattern = std::string(base) + "/arwren_test_XXXXXX";
         if (mkdtemp(&pattern[0]) != nullptr)
             dir_ = pattern;
     }
     ~SCRATCH_DIR() {
+        std::error_code ignored;
         if (!dir_.empty())
-            nftw(dir_.c_str(), remove_entry, 16, FTW_DEPTH | FTW_PHYS);
+            std::filesystem::remove_all(dir_, ignored);
     }
     SCRATCH_DIR(const SCRATCH_DIR&) = delete;
     SCRATCH_DIR& operator=(const SCRATCH_DIR&) = delete;
@@ -28,23 +37,44 @@ public:
     const std::string& dir() const { return dir_; }
     std::string path(const std::string& name) const { return dir_ + "/" + name; }
 
-    std::string write(const std::string& name, const std::string& bytes) const {
+    // Makes a subdirectory (and its parents) and returns its path.
+    std::string subdir(const std::string& name) const {
+        std::filesystem::create_directories(path(name));
+        return path(name);
+    }
+
+    // Writes a file, making its directories, optionally with the given
+    // modification time; returns its path.
+    std::string write(const std::string& name, const std::string& bytes,
+                      long mtime = kNow) const {
         std::string full = path(name);
-        std::ofstream(full, std::ios::binary) << bytes;
+        std::filesystem::create_directories(std::filesystem::path(full).parent_path());
+        std::ofstream(full, std::ios::binary | std::ios::trunc) << bytes;
+        struct utimbuf times = {mtime, mtime};
+        if (mtime != kNow)
+            utime(full.c_str(), &times);
         return full;
     }
     std::string read(const std::string& name) const { return read_file(path(name)); }
+    bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
+
+    // The names in a subdirectory ("" for this one), sorted.
+    std::vector<std::string> names(const std::string& sub = "") const {
+        std::vector<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(sub.empty() ? dir_ : path(sub)))
+            found.push_back(entry.path().filename().string());
+        std::sort(found.begin(), found.end());
+        return found;
+    }
 
     static std::string read_file(const std::string& full) {
         std::ifstream in(full, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        std::ostringstream bytes;
+        bytes << in.rdbuf();
+        return bytes.str();
     }
 
 private:
-    static int remove_entry(const char* name, const struct stat*, int, struct FTW*) {
-        return remove(name);
-    }
-
     std::string dir_;
 };
 
