@@ -5,57 +5,37 @@
 
 #include "ar_image.h"
 #include "host_tools.h"
-#include "process_run.h"
-#include "scratch_dir.h"
 
 namespace {
 
 struct DAMAGE {
     std::string what;
     std::string bytes;
-    // The exact standard error of listing, when the damage calls for one.
-    std::string list_error;
+    std::string list_error;  // the exact standard error of listing, when known
 };
 
 std::string overwrite(std::string bytes, uint64_t at, const std::string& text, size_t width) {
     std::string field = text;
     field.resize(width, ' ');
-    bytes.replace(at, width, field);
-    return bytes;
+    return bytes.replace(at, width, field);
 }
 
-// A symbol index, a long-name table, an odd-sized and an empty member.
-std::string intact_archive(const SCRATCH_DIR& scratch) {
-    const std::string src = scratch.subdir("build");
-    write_bytes(src + "/obj.c", "int visible = 4;\nint seen(void) { return visible; }\n");
-    if (!run_ok({"arm-none-eabi-gcc", "-c", "obj.c", "-o", "obj.o"}, src))
-        return "";
-    write_bytes(src + "/odd.txt", "seven b");
-    write_bytes(src + "/a_long_member_name.txt", pattern_bytes(300, 5));
-    write_bytes(src + "/empty", "");
-    if (run_arwren({"aq", "x.a", "obj.o", "odd.txt", "a_long_member_name.txt", "empty"}, src)
-            .status != 0)
-        return "";
-    return read_bytes(src + "/x.a");
-}
-
+// The archive has a symbol index, a long-name table, an odd-sized and an
+// empty member; each damage hits one header field or cuts the file short.
 std::vector<DAMAGE> damages(const std::string& intact) {
     AR_IMAGE image;
-    image.parse(intact);
-    const std::string kCorrupt = "  -->  error: Corrupt member header: 'x.a'\n";
-    // Offsets of the headers of the index, the long-name table and the
-    // first and second ordinary members.
-    const uint64_t index = 8;
-    const uint64_t table = index + 60 + image.index_size();
-    const uint64_t first = image.members()[0].header_offset;
-    const uint64_t second = image.members()[1].header_offset;
+    EXPECT_TRUE(image.parse(intact)) << image.error;
+    const std::string corrupt = "  -->  error: Corrupt member header: 'x.a'\n";
+    const uint64_t index = 8, table = index + 60 + image.index_size;
+    const uint64_t first = image.members.at(0).header_offset;
+    const uint64_t second = image.members.at(1).header_offset;
     std::vector<DAMAGE> list = {
         {"header cut short", intact.substr(0, second + 30),
          "  -->  error: Cannot read member header: 'x.a'\n"},
-        {"bad terminator", overwrite(intact, first + 58, "xx", 2), kCorrupt},
-        {"size not a number", overwrite(intact, first + 48, "abc", 10), kCorrupt},
-        {"blank date", overwrite(intact, first + 16, "", 12), kCorrupt},
-        {"long-name offset past the table", overwrite(intact, second + 0, "/999", 16),
+        {"bad terminator", overwrite(intact, first + 58, "xx", 2), corrupt},
+        {"size not a number", overwrite(intact, first + 48, "abc", 10), corrupt},
+        {"blank date", overwrite(intact, first + 16, "", 12), corrupt},
+        {"long-name offset past the table", overwrite(intact, second, "/999", 16),
          "  -->  error: Corrupt member name: 'x.a'\n"},
         {"negative size", overwrite(intact, first + 48, "-5", 10), ""},
         {"size back onto its own header", overwrite(intact, first + 48, "-60", 10), ""},
@@ -76,7 +56,7 @@ std::vector<DAMAGE> damages(const std::string& intact) {
     return list;
 }
 
-// Status 0 or 1, no sanitizer report, and any error in the program's form.
+// Status 0 or 1 in time, no sanitizer report, and any error in the program's form.
 void expect_clean_end(const RUN_RESULT& r, const char* command) {
     SCOPED_TRACE(command);
     EXPECT_FALSE(r.timed_out);
@@ -91,36 +71,39 @@ void expect_clean_end(const RUN_RESULT& r, const char* command) {
 TEST(CorruptArchive, EveryCommandEndsCleanlyAndKeepsTheFile) {
     ASSERT_TRUE(have_tool("arm-none-eabi-gcc", "gcc-arm-none-eabi"));
     SCRATCH_DIR scratch;
-    const std::string intact = intact_archive(scratch);
-    ASSERT_FALSE(intact.empty());
-    const std::string dir = scratch.subdir("arc");
-    const std::string src = scratch.subdir("src");
-    write_bytes(src + "/odd.txt", "nine byte");
+    scratch.write("build/obj.c", "int visible = 4;\nint seen(void) { return visible; }\n");
+    scratch.write("build/odd.txt", "seven b");
+    scratch.write("build/a_long_member_name.txt", pattern_bytes(300, 5));
+    scratch.write("build/empty", "");
+    ASSERT_TRUE(run_ok({"arm-none-eabi-gcc", "-c", "obj.c", "-o", "obj.o"}, scratch.path("build")));
+    ASSERT_TRUE(run_ok(arwren_argv({"aq", "x.a", "obj.o", "odd.txt", "a_long_member_name.txt", "empty"}),
+                       scratch.path("build")));
+    const std::string archive = scratch.path("arc/x.a");
+    scratch.write("src/odd.txt", "nine byte");
     RUN_OPTIONS options;
     options.timeout_ms = 20000;
-    for (const DAMAGE& d : damages(intact)) {
+    for (const DAMAGE& d : damages(scratch.read("build/x.a"))) {
         SCOPED_TRACE(d.what);
-        write_bytes(dir + "/x.a", d.bytes);
-        options.cwd = dir;
-        RUN_RESULT list = run_process({ARWREN_BIN, "t", "x.a"}, options);
+        scratch.write("arc/x.a", d.bytes);
+        options.cwd = scratch.path("arc");
+        RUN_RESULT list = run_process(arwren_argv({"t", "x.a"}), options);
         expect_clean_end(list, "t");
         if (!d.list_error.empty()) {
             EXPECT_EQ(list.status, 1);
             EXPECT_EQ(list.err, d.list_error);
         }
-        const std::string out = scratch.subdir("out");
-        options.cwd = out;
-        expect_clean_end(run_process({ARWREN_BIN, "x", dir + "/x.a"}, options), "x");
-        remove_tree(out);
-        EXPECT_TRUE(read_bytes(dir + "/x.a") == d.bytes);
+        options.cwd = scratch.subdir("out");
+        expect_clean_end(run_process(arwren_argv({"x", archive}), options), "x");
+        std::filesystem::remove_all(options.cwd);
+        EXPECT_TRUE(scratch.read("arc/x.a") == d.bytes);
 
-        options.cwd = src;
-        RUN_RESULT replace = run_process({ARWREN_BIN, "rq", dir + "/x.a", "odd.txt"}, options);
+        options.cwd = scratch.path("src");
+        RUN_RESULT replace = run_process(arwren_argv({"rq", archive, "odd.txt"}), options);
         expect_clean_end(replace, "r");
         if (replace.status != 0) {
-            EXPECT_TRUE(read_bytes(dir + "/x.a") == d.bytes);
+            EXPECT_TRUE(scratch.read("arc/x.a") == d.bytes);
         }
-        EXPECT_EQ(list_dir(dir), std::vector<std::string>{"x.a"});
+        EXPECT_EQ(scratch.names("arc"), std::vector<std::string>{"x.a"});
     }
 }
 
