@@ -5,66 +5,53 @@
 #include <string>
 
 #include "ofe/test_object_file.h"
+#include "support/data_map.h"
 
 using namespace OFE;
 
 namespace {
 
-// A table read from a file: its bytes as they stand, no index yet.
-void fill(OF_STRING_TABLE_MANAGER& table, const std::string& bytes) {
-    table.raw_data().set_data(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-}
+// Lookups by offset never run past the table; find_string consults only the
+// index, which the first add_string builds from the bytes read, so tails of
+// longer strings are not in it.
+TEST(StringTableTest, LookupAddAndFind) {
+    auto fill = [](OF_STRING_TABLE_MANAGER& table, const std::string& bytes) {
+        table.raw_data().set_data(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    };
+    OF_STRING_TABLE_MANAGER read_only;
+    fill(read_only, std::string("\0abc\0de\0unterminated", 20));
+    EXPECT_STREQ(read_only.get_string(3), "c");
+    EXPECT_STREQ(read_only.get_string(5), "de");
+    EXPECT_EQ(read_only.get_string(8), nullptr);     // runs off the end
+    EXPECT_EQ(read_only.get_string(20), nullptr);
+    EXPECT_EQ(read_only.get_string(~0UL), nullptr);
 
-TEST(StringTableTest, LookupByOffset) {
-    OF_STRING_TABLE_MANAGER table;
-    fill(table, std::string("\0abc\0de\0unterminated", 20));
-    EXPECT_STREQ(table.get_string(0), "");
-    EXPECT_STREQ(table.get_string(1), "abc");
-    EXPECT_STREQ(table.get_string(3), "c");
-    EXPECT_STREQ(table.get_string(5), "de");
-    EXPECT_EQ(table.get_string(8), nullptr);     // runs off the end
-    EXPECT_EQ(table.get_string(20), nullptr);    // offset equal to the size
-    EXPECT_EQ(table.get_string(~0UL), nullptr);
-}
-
-// find_string consults the index only, and the index is built by the first
-// add_string; tails of longer strings are not in it.
-TEST(StringTableTest, AddDeduplicatesAndFindUsesTheIndexOnly) {
     OF_STRING_TABLE_MANAGER table;
     fill(table, std::string("\0abc\0de\0", 8));
     unsigned long offset = 99;
     EXPECT_EQ(table.find_string("abc", offset), 0);
     EXPECT_EQ(offset, 99u);
-
     EXPECT_EQ(table.add_string("de"), 5u);
-    EXPECT_EQ(table.size(), 8u);
     EXPECT_EQ(table.find_string("abc", offset), 1);
     EXPECT_EQ(offset, 1u);
-
     EXPECT_EQ(table.add_string("bc"), 8u);
-    EXPECT_EQ(table.size(), 11u);
     EXPECT_EQ(table.add_string("bc"), 8u);
     EXPECT_EQ(table.size(), 11u);
     EXPECT_STREQ(table.get_string(8), "bc");
     EXPECT_EQ(table.add_string(""), 0u);
-
     table.unload();
     EXPECT_EQ(table.find_string("bc", offset), 0);
+
+    OF_STRING_TABLE_MANAGER empty;   // grows from offset 0
+    EXPECT_EQ(empty.get_string(0), nullptr);
+    EXPECT_EQ(empty.add_string("x"), 0u);
+    EXPECT_EQ(empty.add_string("yz"), 2u);
+    EXPECT_STREQ(empty.get_string(2), "yz");
 }
 
-TEST(StringTableTest, EmptyTableGrowsFromOffsetZero) {
-    OF_STRING_TABLE_MANAGER table;
-    EXPECT_EQ(table.get_string(0), nullptr);
-    EXPECT_EQ(table.add_string("x"), 0u);
-    EXPECT_EQ(table.add_string("yz"), 2u);
-    EXPECT_STREQ(table.get_string(2), "yz");
-    table.clear();
-    EXPECT_EQ(table.size(), 0u);
-    unsigned long offset = 0;
-    EXPECT_EQ(table.find_string("x", offset), 0);
-}
-
-TEST(StringTableTest, AddingNeedsAnOpenFile) {
+// A table never reports a state below its file's; strings are added only
+// while the file is open, and the file's bytes are not read once frozen.
+TEST(StringTableTest, TableFollowsTheFileState) {
     struct FILE_TABLE : OF_STRING_TABLE {
         explicit FILE_TABLE(OBJECT_FILE* file) : OF_STRING_TABLE(file) {}
         int progress_to_state(OF_STATE) override { return 0; }
@@ -77,6 +64,13 @@ TEST(StringTableTest, AddingNeedsAnOpenFile) {
     EXPECT_EQ(table.add_string("b"), OF_STRING_TABLE::kNoOffset);
     EXPECT_EQ(table.size(), 2u);
     EXPECT_EQ(file.error_code(), OF_ERR_ILLEGAL_OP);
+
+    file.set_state(OF_STATE_FORMATTED);
+    EXPECT_EQ(table.state(), OF_STATE_FORMATTED);
+    EXPECT_EQ(table.set_state(OF_STATE_SAVED), 0);
+    EXPECT_EQ(table.state(), OF_STATE_SAVED);
+    DATA_MAP map;
+    EXPECT_EQ(file.get_file_data(map, 0, 4), -1);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 #define ARWREN_TESTS_OFE_ELF_ELF_TEST_ENV_H
 
 // Opens built ELF objects through the factory, as the archive does, and keeps
-// the errors the files raise.
+// the errors the files raise. Tests built on it run in both byte orders.
 
 #include <gtest/gtest.h>
 
@@ -14,15 +14,17 @@
 #include "common/elf_builder.h"
 #include "common/scratch_dir.h"
 #include "ofe/elf/elf_file.h"
-#include "support/user_msg.h"
 #include "ofe/test_object_file.h"
+#include "support/user_msg.h"
 
-class ElfTestEnv {
+class ElfTestEnv : public testing::TestWithParam<ELF_BUILDER::ORDER> {
 protected:
     ElfTestEnv() {
         USER_MSG::get_umsg_obj()->set_max_errors(INT_MAX);
         ERROR_LOG::calls().clear();
     }
+
+    ELF_BUILDER builder(uint16_t machine = 40) const { return ELF_BUILDER(GetParam(), machine); }
 
     std::unique_ptr<OFE::ELF_FILE> open(const ELF_BUILDER& builder, const char* name = "t.o") {
         return open_bytes(builder.bytes(), name);
@@ -39,5 +41,9 @@ protected:
     SCRATCH_DIR dir_;
     std::list<std::string> paths_;
 };
+
+inline std::string order_name(const testing::TestParamInfo<ELF_BUILDER::ORDER>& info) {
+    return info.param == ELF_BUILDER::BIG ? "Big" : "Little";
+}
 
 #endif
