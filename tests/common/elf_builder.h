@@ -4,12 +4,13 @@
 // Builds the bytes of a 32-bit ELF relocatable object in either byte order,
 // written out by hand from the record layouts (not through the library under
 // test). Layout: ELF header, section contents, section header table. The
-// section list is: the null section, the caller's sections, then ".symtab",
-// ".strtab" and ".shstrtab" (each only when asked for or needed), and a
-// SHT_SYMTAB_SHNDX table when a symbol carries an extended index.
+// section list is: the null section, the caller's sections, ".symtab",
+// ".strtab" (unless left out), a SHT_SYMTAB_SHNDX table when a symbol carries
+// an extended index, and ".shstrtab".
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 class ELF_BUILDER {
@@ -20,9 +21,8 @@ public:
     explicit ELF_BUILDER(ORDER order = LITTLE, uint16_t machine = 40) : order_(order), machine_(machine) {}
 
     // A section of the caller's; returns its index.
-    unsigned section(const std::string& name, uint32_t type, const std::string& data,
-                     uint32_t link = 0, uint32_t entsize = 0) {
-        sections_.push_back(SECTION{name, type, data, link, 0, entsize});
+    unsigned section(const std::string& name, uint32_t type, const std::string& data) {
+        sections_.push_back(SECTION{name, type, data});
         return static_cast<unsigned>(sections_.size());
     }
 
@@ -36,44 +36,46 @@ public:
     ELF_BUILDER& symtab_name(const std::string& name) { symtab_name_ = name; return *this; }
     ELF_BUILDER& strtab_linked(bool linked) { strtab_linked_ = linked; return *this; }
     ELF_BUILDER& without_strtab() { with_strtab_ = false; return *this; }
-    ELF_BUILDER& without_symtab() { with_symtab_ = false; return *this; }
     ELF_BUILDER& without_sections() { without_sections_ = true; return *this; }
     ELF_BUILDER& without_shndx_table() { with_shndx_table_ = false; return *this; }
     // e_shnum 0 with the count in section 0's sh_size, e_shstrndx XINDEX with
     // the index in its sh_link.
     ELF_BUILDER& extended_numbering() { extended_ = true; return *this; }
-    ELF_BUILDER& ident(unsigned index, unsigned char value) { ident_overrides_.push_back({index, value}); return *this; }
-
-    // Index the library will see for the built-in sections.
-    unsigned symtab_index() const { return static_cast<unsigned>(sections_.size()) + 1; }
+    ELF_BUILDER& ident(unsigned index, unsigned char value) { ident_.push_back({index, value}); return *this; }
 
     std::string bytes() const {
-        std::vector<SECTION> all = layout_sections();
+        const std::vector<SECTION> all = layout_sections();
+        const uint32_t count = static_cast<uint32_t>(all.size());
         std::string out(52, '\0');
-        std::vector<uint32_t> offsets;
-        for (const SECTION& s : all) {
-            while (out.size() % 4) out += '\0';
-            offsets.push_back(static_cast<uint32_t>(out.size()));
+        std::string headers;
+        for (uint32_t i = 0; i < count; ++i) {
+            const SECTION& s = all[i];
+            out.resize((out.size() + 3) & ~size_t(3), '\0');
+            // Under extended numbering section 0 holds the count and the
+            // index of the section-name table.
+            const bool first = i == 0;
+            for (uint32_t v : {s.name_offset, s.type, 0u, 0u, first ? 0u : uint32_t(out.size()),
+                               first && extended_ ? count : uint32_t(s.data.size()),
+                               first && extended_ ? count - 1 : s.link, s.info, 4u, s.entsize})
+                put(headers, v, 4);
             out += s.data;
         }
-        while (out.size() % 4) out += '\0';
-        const uint32_t shoff = without_sections_ ? 0 : static_cast<uint32_t>(out.size());
+        out.resize((out.size() + 3) & ~size_t(3), '\0');
+        const uint32_t shoff = without_sections_ ? 0 : uint32_t(out.size());
         if (!without_sections_)
-            for (size_t i = 0; i < all.size(); ++i)
-                out += section_header(all, i, i == 0 ? 0 : offsets[i]);
-        std::string header = elf_header(shoff, static_cast<uint32_t>(all.size()), shstrndx(all));
-        out.replace(0, header.size(), header);
+            out += headers;
+        out.replace(0, 52, elf_header(shoff, count));
         return out;
     }
 
 private:
     struct SECTION {
         std::string name;
-        uint32_t type;
+        uint32_t type = 0;
         std::string data;
-        uint32_t link;
-        uint32_t info;
-        uint32_t entsize;
+        uint32_t link = 0;
+        uint32_t info = 0;
+        uint32_t entsize = 0;
         uint32_t name_offset = 0;
     };
     struct SYMBOL {
@@ -86,104 +88,61 @@ private:
         uint32_t extended;
     };
 
-    void put16(std::string& out, uint16_t v) const {
-        if (order_ == BIG) { out += char(v >> 8); out += char(v); }
-        else { out += char(v); out += char(v >> 8); }
-    }
-    void put32(std::string& out, uint32_t v) const {
-        if (order_ == BIG) { put16(out, uint16_t(v >> 16)); put16(out, uint16_t(v)); }
-        else { put16(out, uint16_t(v)); put16(out, uint16_t(v >> 16)); }
+    void put(std::string& out, uint32_t v, int width) const {
+        for (int i = 0; i < width; ++i)
+            out += char(v >> 8 * (order_ == BIG ? width - 1 - i : i));
     }
 
     static uint32_t add_string(std::string& table, const std::string& text) {
-        uint32_t offset = static_cast<uint32_t>(table.size());
-        table += text;
-        table += '\0';
+        const uint32_t offset = static_cast<uint32_t>(table.size());
+        table += text + '\0';
         return offset;
     }
 
-    bool needs_shndx_table() const {
-        if (!with_shndx_table_) return false;
-        for (const SYMBOL& s : symbols_)
-            if (s.shndx == XINDEX) return true;
-        return false;
-    }
-
     std::vector<SECTION> layout_sections() const {
-        std::vector<SECTION> all(1, SECTION{"", 0, "", 0, 0, 0});
-        for (const SECTION& s : sections_) all.push_back(s);
-        const unsigned symtab = static_cast<unsigned>(all.size());
-        const unsigned strtab = symtab + (with_symtab_ ? 1 : 0);
-        std::string names(1, '\0');
-        std::string symbols(16, '\0');
-        std::string extended(4, '\0');
+        std::vector<SECTION> all(1);
+        all.insert(all.end(), sections_.begin(), sections_.end());
+        const uint32_t symtab = static_cast<uint32_t>(all.size());
+        std::string names(1, '\0'), symbols(16, '\0'), extended(4, '\0');
+        bool any_extended = false;
         for (const SYMBOL& s : symbols_) {
-            put32(symbols, add_string(names, s.name));
-            put32(symbols, s.value);
-            put32(symbols, s.size);
+            for (uint32_t v : {add_string(names, s.name), s.value, s.size})
+                put(symbols, v, 4);
             symbols += char((s.bind << 4) | (s.type & 0xF));
             symbols += '\0';
-            put16(symbols, s.shndx);
-            put32(extended, s.shndx == XINDEX ? s.extended : 0);
+            put(symbols, s.shndx, 2);
+            put(extended, s.shndx == XINDEX ? s.extended : 0, 4);
+            any_extended = any_extended || s.shndx == XINDEX;
         }
-        if (with_symtab_)
-            all.push_back(SECTION{symtab_name_, 2, symbols, strtab_linked_ && with_strtab_ ? strtab : 0,
-                                  1, 16});
+        all.push_back(SECTION{symtab_name_, 2, symbols, strtab_linked_ && with_strtab_ ? symtab + 1 : 0, 1, 16});
         if (with_strtab_)
-            all.push_back(SECTION{".strtab", 3, names, 0, 0, 0});
-        if (needs_shndx_table())
+            all.push_back(SECTION{".strtab", 3, names});
+        if (any_extended && with_shndx_table_)
             all.push_back(SECTION{".symtab_shndx", 18, extended, symtab, 0, 4});
+        all.push_back(SECTION{".shstrtab", 3, ""});
         std::string section_names(1, '\0');
-        for (SECTION& s : all)
-            if (&s != &all[0]) s.name_offset = add_string(section_names, s.name);
-        SECTION shstrtab{".shstrtab", 3, "", 0, 0, 0};
-        shstrtab.name_offset = add_string(section_names, shstrtab.name);
-        shstrtab.data = section_names;
-        all.push_back(shstrtab);
+        for (size_t i = 1; i < all.size(); ++i)
+            all[i].name_offset = add_string(section_names, all[i].name);
+        all.back().data = section_names;
         return all;
     }
 
-    uint16_t shstrndx(const std::vector<SECTION>& all) const {
-        return without_sections_ ? 0 : static_cast<uint16_t>(extended_ ? XINDEX : all.size() - 1);
-    }
-
-    std::string section_header(const std::vector<SECTION>& all, size_t i, uint32_t offset) const {
-        const SECTION& s = all[i];
-        std::string out;
-        const bool first = i == 0;
-        put32(out, s.name_offset);
-        put32(out, s.type);
-        put32(out, 0);                                    // flags
-        put32(out, 0);                                    // addr
-        put32(out, offset);
-        put32(out, first && extended_ ? static_cast<uint32_t>(all.size()) : static_cast<uint32_t>(s.data.size()));
-        put32(out, first && extended_ ? static_cast<uint32_t>(all.size() - 1) : s.link);
-        put32(out, s.info);
-        put32(out, 4);                                    // addralign
-        put32(out, s.entsize);
-        return out;
-    }
-
-    std::string elf_header(uint32_t shoff, uint32_t count, uint16_t names) const {
+    std::string elf_header(uint32_t shoff, uint32_t count) const {
         std::string out = "\x7f" "ELF";
         out += char(1);                                   // ELFCLASS32
         out += char(order_);                              // EI_DATA
         out += char(1);                                   // EI_VERSION
         out.append(9, '\0');
-        for (const auto& o : ident_overrides_) out[o.first] = char(o.second);
-        put16(out, 1);                                    // ET_REL
-        put16(out, machine_);
-        put32(out, 1);                                    // EV_CURRENT
-        put32(out, 0);                                    // entry
-        put32(out, 0);                                    // phoff
-        put32(out, shoff);
-        put32(out, 0);                                    // flags
-        put16(out, 52);
-        put16(out, 0);
-        put16(out, 0);
-        put16(out, without_sections_ ? 0 : 40);
-        put16(out, without_sections_ || extended_ ? 0 : static_cast<uint16_t>(count));
-        put16(out, names);
+        for (const auto& o : ident_) out[o.first] = char(o.second);
+        put(out, 1, 2);                                   // ET_REL
+        put(out, machine_, 2);
+        for (uint32_t v : {1u, 0u, 0u, shoff, 0u})        // version, entry, phoff, shoff, flags
+            put(out, v, 4);
+        const bool none = without_sections_;
+        // ehsize, phentsize, phnum, shentsize, shnum, shstrndx
+        for (uint32_t v : {52u, 0u, 0u, none ? 0u : 40u, none || extended_ ? 0u : count,
+                           none ? 0u : extended_ ? uint32_t(XINDEX) : count - 1})
+            put(out, v, 2);
         return out;
     }
 
@@ -191,11 +150,10 @@ private:
     uint16_t machine_;
     std::vector<SECTION> sections_;
     std::vector<SYMBOL> symbols_;
-    std::vector<std::pair<unsigned, unsigned char>> ident_overrides_;
+    std::vector<std::pair<unsigned, unsigned char>> ident_;
     std::string symtab_name_ = ".symtab";
     bool strtab_linked_ = true;
     bool with_strtab_ = true;
-    bool with_symtab_ = true;
     bool without_sections_ = false;
     bool with_shndx_table_ = true;
     bool extended_ = false;

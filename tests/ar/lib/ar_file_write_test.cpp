@@ -1,8 +1,6 @@
 // Writing archives: exact bytes in every format, size limits, and that a
 // failed or interrupted rewrite leaves the old archive as it was.
 
-#include <sys/stat.h>
-
 #include "ar/lib/ar_header.h"
 #include "archive_test_env.h"
 #include "common/archive_builder.h"
@@ -26,6 +24,7 @@ const std::vector<MEMBER_DATA> MEMBERS = {
     {"abcdefghijklm.16", "", 300},           {"abcdefghijklmn.17", "x", 400},
     {"short.o", "contents\n", 500},          {"another_long_name.o", "yz", 600},
 };
+const std::vector<MEMBER_DATA> SHORT_NAMES = {{"a.o", "1", 1}, {"exactly15chars_", "22", 2}};
 
 std::string build(B::FORM form, const std::vector<MEMBER_DATA>& members)
 {
@@ -35,11 +34,12 @@ std::string build(B::FORM form, const std::vector<MEMBER_DATA>& members)
     return builder.bytes();
 }
 
-// Every format read is rewritten as asked; 0 keeps the format read, and an
-// archive read without a long-name table becomes POSIX.
+// Every format read is rewritten as asked; AR_ABI_KEEP keeps the format
+// read, and an archive read without a long-name table becomes POSIX. Short
+// names need no table in any format.
 TEST_F(ArchiveWrite, RewritesExactBytesInEveryFormat)
 {
-    struct CASE {
+    const struct {
         B::FORM from;
         AR_ABI abi;
         B::FORM to;
@@ -48,77 +48,23 @@ TEST_F(ArchiveWrite, RewritesExactBytesInEveryFormat)
         {B::NU_LONG_NAME, AR_ABI_POSIX, B::POSIX}, {B::POSIX, AR_ABI_KEEP, B::POSIX},
         {B::NU_LONG_NAME, AR_ABI_KEEP, B::NU_LONG_NAME}, {B::ORIGINAL, AR_ABI_KEEP, B::POSIX},
     };
-    for (const CASE& c : cases) {
-        write("lib.a", build(c.from, MEMBERS));
-        auto ar = open_archive("lib.a");
-        ASSERT_TRUE(ar->write_archive(c.abi)) << c.from << "->" << c.abi;
-        std::vector<MEMBER_DATA> expected = MEMBERS;
-        if (c.from == B::ORIGINAL) {
+    for (const auto& c : cases) {
+        for (const std::vector<MEMBER_DATA>* members : {&MEMBERS, &SHORT_NAMES}) {
+            SCOPED_TRACE(testing::Message() << c.from << "->" << c.abi << " with " << members->size() << " members");
+            write("lib.a", build(c.from, *members));
+            ASSERT_TRUE(open_archive("lib.a")->write_archive(c.abi));
+            std::vector<MEMBER_DATA> expected = *members;
             for (MEMBER_DATA& m : expected)
-                m.name = m.name.substr(0, 15);
+                m.name = c.from == B::ORIGINAL ? m.name.substr(0, 15) : m.name;
+            EXPECT_EQ(read("lib.a"), build(c.to, expected));
+            EXPECT_EQ(entries(), std::set<std::string>{"lib.a"});
+            EXPECT_TRUE(recorded_errors().empty());
         }
-        EXPECT_EQ(read("lib.a"), build(c.to, expected)) << c.from << "->" << c.abi;
-        EXPECT_EQ(entries(), std::set<std::string>{"lib.a"});
-        EXPECT_TRUE(recorded_errors().empty());
     }
 }
 
-TEST_F(ArchiveWrite, ShortNamesNeedNoTableInAnyFormat)
-{
-    std::vector<MEMBER_DATA> members = {{"a.o", "1", 1}, {"exactly15chars_", "22", 2}};
-    for (AR_ABI abi : {AR_ABI_ORIGINAL, AR_ABI_NU_LONG_NAME, AR_ABI_POSIX}) {
-        write("lib.a", build(B::POSIX, members));
-        auto ar = open_archive("lib.a");
-        ASSERT_TRUE(ar->write_archive(abi));
-        EXPECT_EQ(ar->long_name_table_size(), 0);
-        EXPECT_EQ(read("lib.a"), build(B::ORIGINAL, members)) << abi;
-    }
-}
-
-TEST_F(ArchiveWrite, NewArchiveFromFilesRoundTrips)
-{
-    auto ar = open_archive("new.a");
-    for (const MEMBER_DATA& m : MEMBERS) {
-        std::string file = write(m.name, m.data);
-        ar->add_member(ar->new_member(m.name.c_str(), int32_t(m.date), int32_t(m.data.size()),
-                                      file.c_str()));
-    }
-    ASSERT_TRUE(ar->write_archive(AR_ABI_KEEP));
-    EXPECT_EQ(read("new.a"), build(B::POSIX, MEMBERS));
-    auto back = open_archive("new.a");
-    int i = 0;
-    for (AR_MEMBER* m = back->first_member(); m != nullptr; m = m->next, ++i) {
-        EXPECT_EQ(m->name, MEMBERS[size_t(i)].name);
-        EXPECT_EQ(m->date, MEMBERS[size_t(i)].date);
-        EXPECT_EQ(m->size, int32_t(MEMBERS[size_t(i)].data.size()));
-    }
-    EXPECT_EQ(i, int(MEMBERS.size()));
-}
-
-// Replacing and deleting members: kept members are copied from the old
-// archive, replaced ones from their files.
-TEST_F(ArchiveWrite, EditsCopyKeptMembersAndReadReplacedOnes)
-{
-    write("lib.a", build(B::POSIX, MEMBERS));
-    auto ar = open_archive("lib.a");
-    AR_MEMBER* replaced = ar->find_member("short.o");
-    std::string file = write("short.o", "new contents");
-    replaced->path = ar->zone()->strdup(file.c_str());
-    replaced->size = 12;
-    replaced->date = 999;
-    replaced->data_offset = 0;
-    ar->delete_member(ar->find_member("abcdefghijklm.16"));
-    ASSERT_TRUE(ar->write_archive(AR_ABI_KEEP));
-    std::vector<MEMBER_DATA> expected = MEMBERS;
-    expected.erase(expected.begin() + 2);
-    expected[3] = {"short.o", "new contents", 999};
-    EXPECT_EQ(read("lib.a"), build(B::POSIX, expected));
-    // The old archive is gone now; writing again must not truncate the new one.
-    EXPECT_FALSE(ar->write_archive(AR_ABI_KEEP));
-    EXPECT_EQ(read("lib.a"), build(B::POSIX, expected));
-    EXPECT_EQ(entries(), (std::set<std::string>{"lib.a", "short.o"}));
-}
-
+// The size field holds at most 8 digits; NU long-name offsets sit in the
+// 6-character uid field.
 TEST_F(ArchiveWrite, HeaderLimits)
 {
     auto ar = open_archive("lib.a");
@@ -141,92 +87,90 @@ TEST_F(ArchiveWrite, HeaderLimits)
     EXPECT_TRUE(entries().empty());
 }
 
-// A member file that cannot be opened stops the rewrite; cleanup puts the
-// old archive back byte for byte and leaves no other file behind.
+// A member file that cannot be opened, or is shorter than its recorded size,
+// stops the rewrite; cleanup or abandoning the archive puts the old archive
+// back byte for byte and leaves no other file behind.
 TEST_F(ArchiveWrite, FailedRewriteLeavesOldArchive)
 {
     const std::string old = build(B::NU_LONG_NAME, MEMBERS);
-    write("lib.a", old);
-    auto ar = open_archive("lib.a");
-    ar->add_member(ar->new_member("gone.o", 1, 4, path("gone.o").c_str()));
-    EXPECT_FALSE(ar->write_archive(AR_ABI_POSIX));
-    ASSERT_FALSE(recorded_errors().empty());
-    EXPECT_EQ(recorded_errors()[0].code, AR_OPEN_ERROR);
-    EXPECT_EQ(recorded_errors()[0].message, "Cannot open file: '" + path("gone.o") + "'");
-    EXPECT_EQ(entries().size(), 2u);  // the half-written archive and the old one aside
-    ar->cleanup();
-    EXPECT_EQ(read("lib.a"), old);
-    EXPECT_EQ(entries(), std::set<std::string>{"lib.a"});
-    EXPECT_STREQ(ar->name(), path("lib.a").c_str());
+    const struct {
+        const char* file;
+        const char* contents;   // null: no such file
+        int code;
+        std::string message;
+    } cases[] = {
+        {"gone.o", nullptr, AR_OPEN_ERROR, "Cannot open file: '" + path("gone.o") + "'"},
+        {"shrunk.o", "abc", AR_FILE_READ_ERROR, "Error writing archive"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file);
+        recorded_errors().clear();
+        write("lib.a", old);
+        if (c.contents)
+            write(c.file, c.contents);
+        auto ar = open_archive("lib.a");
+        ar->add_member(ar->new_member(c.file, 1, 10, path(c.file).c_str()));
+        EXPECT_FALSE(ar->write_archive(AR_ABI_POSIX));
+        ASSERT_FALSE(recorded_errors().empty());
+        EXPECT_EQ(recorded_errors()[0].code, c.code);
+        EXPECT_EQ(recorded_errors()[0].message, c.message);
+        if (c.contents) {
+            EXPECT_EQ(recorded_errors().size(), 1u);
+            ar.reset();
+        } else {
+            EXPECT_EQ(entries().size(), 2u);   // the half-written archive and the old one aside
+            ar->cleanup();
+            EXPECT_STREQ(ar->name(), path("lib.a").c_str());
+        }
+        EXPECT_EQ(read("lib.a"), old);
+        EXPECT_EQ(entries(), (c.contents ? std::set<std::string>{"lib.a", c.file} : std::set<std::string>{"lib.a"}));
+    }
 }
 
-// A member file shorter than its recorded size is a read failure.
-TEST_F(ArchiveWrite, ShrunkenMemberFileIsAReadError)
-{
-    const std::string old = build(B::POSIX, MEMBERS);
-    write("lib.a", old);
-    auto ar = open_archive("lib.a");
-    ar->add_member(ar->new_member("shrunk.o", 1, 10, write("shrunk.o", "abc").c_str()));
-    EXPECT_FALSE(ar->write_archive(AR_ABI_KEEP));
-    ASSERT_EQ(recorded_errors().size(), 1u);
-    EXPECT_EQ(recorded_errors()[0].code, AR_FILE_READ_ERROR);
-    EXPECT_EQ(recorded_errors()[0].message, "Error writing archive");
-    ar.reset();  // abandoning the rewrite must not lose the old archive either
-    EXPECT_EQ(read("lib.a"), old);
-    EXPECT_EQ(entries(), (std::set<std::string>{"lib.a", "shrunk.o"}));
-}
-
-// Whatever point a rewrite stops at, cleanup restores the old archive.
+// Whatever point a rewrite stops at, cleanup restores the old archive, and
+// repeating it is harmless.
 TEST_F(ArchiveWrite, CleanupAtEveryStageRestoresOldArchive)
 {
     const std::string old = build(B::POSIX, MEMBERS);
     for (int stage = 0; stage < 4; ++stage) {
+        SCOPED_TRACE(stage);
         write("lib.a", old);
         auto ar = open_archive("lib.a");
         ASSERT_TRUE(ar->open_new_ar(AR_ABI_KEEP));
         if (stage >= 1)
             ar->calculate_long_name_offsets();
-        if (stage >= 2) {
-            ASSERT_TRUE(ar->write_long_name_table());
+        ASSERT_TRUE(stage < 2 || ar->write_long_name_table());
+        ASSERT_TRUE(stage < 3 || ar->write_member(ar->first_member()));
+        for (int twice = 0; twice < 2; ++twice) {
+            ar->cleanup();
+            EXPECT_EQ(read("lib.a"), old);
+            EXPECT_EQ(entries(), std::set<std::string>{"lib.a"});
         }
-        if (stage >= 3) {
-            ASSERT_TRUE(ar->write_member(ar->first_member()));
-        }
-        ar->cleanup();
-        EXPECT_EQ(read("lib.a"), old) << stage;
-        EXPECT_EQ(entries(), std::set<std::string>{"lib.a"}) << stage;
-        ar->cleanup();  // repeating it is harmless
-        EXPECT_EQ(read("lib.a"), old) << stage;
     }
 }
 
 // An archive that cannot be moved aside (here: it vanished after it was
-// opened) stops the rewrite before anything is written.
-TEST_F(ArchiveWrite, ArchiveThatCannotBeMovedAsideIsLeftAlone)
+// opened) or created stops the rewrite before anything is written.
+TEST_F(ArchiveWrite, UnrenamableOrUncreatableArchiveIsReported)
 {
     const std::string old = build(B::POSIX, MEMBERS);
     write("lib.a", old);
     FHM_FILE* input = fhm_open(path("lib.a").c_str(), "rb");
     ASSERT_NE(input, nullptr);
-    AR_FILE ar(path("vanished.a").c_str(), input, record_error);
-    EXPECT_FALSE(ar.write_archive(AR_ABI_KEEP));
-    ASSERT_EQ(recorded_errors().size(), 1u);
-    EXPECT_EQ(recorded_errors()[0].code, AR_CREATE_ERROR);
-    EXPECT_EQ(recorded_errors()[0].message, "Cannot create new archive");
-    ar.cleanup();
+    AR_FILE vanished(path("vanished.a").c_str(), input, record_error);
+    EXPECT_FALSE(vanished.write_archive(AR_ABI_KEEP));
+    vanished.cleanup();
     fhm_close(input);
     EXPECT_EQ(read("lib.a"), old);
-    EXPECT_EQ(entries(), std::set<std::string>{"lib.a"});
-}
 
-TEST_F(ArchiveWrite, UncreatableArchiveIsReported)
-{
-    write("file", "x");
-    AR_FILE ar(path("file/new.a").c_str(), nullptr, record_error);
-    EXPECT_FALSE(ar.write_archive(AR_ABI_KEEP));
-    ASSERT_EQ(recorded_errors().size(), 1u);
+    AR_FILE uncreatable(path("lib.a/new.a").c_str(), nullptr, record_error);
+    EXPECT_FALSE(uncreatable.write_archive(AR_ABI_KEEP));
+    ASSERT_EQ(recorded_errors().size(), 2u);
     EXPECT_EQ(recorded_errors()[0].code, AR_CREATE_ERROR);
-    EXPECT_EQ(recorded_errors()[0].message, "Cannot create archive: '" + path("file/new.a") + "'");
+    EXPECT_EQ(recorded_errors()[0].message, "Cannot create new archive");
+    EXPECT_EQ(recorded_errors()[1].code, AR_CREATE_ERROR);
+    EXPECT_EQ(recorded_errors()[1].message, "Cannot create archive: '" + path("lib.a/new.a") + "'");
+    EXPECT_EQ(entries(), std::set<std::string>{"lib.a"});
 }
 
 }  // namespace

@@ -6,16 +6,13 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "ar/lib/ar_file.h"
+#include "common/scratch_dir.h"
 
 struct RECORDED_ERROR {
     int code;
@@ -40,37 +37,19 @@ protected:
     void SetUp() override
     {
         recorded_errors().clear();
-        char pattern[] = "/tmp/arlib_test_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir_ = pattern;
+        ASSERT_TRUE(dir_.ok());
     }
 
-    void TearDown() override
-    {
-        std::string command = "rm -rf '" + dir_ + "'";
-        ASSERT_EQ(system(command.c_str()), 0);
-    }
-
-    std::string path(const std::string& name) const { return dir_ + "/" + name; }
-
-    std::string write(const std::string& name, const std::string& bytes) const
-    {
-        std::ofstream(path(name), std::ios::binary) << bytes;
-        return path(name);
-    }
-
-    std::string read(const std::string& name) const
-    {
-        std::ifstream in(path(name), std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
+    std::string path(const std::string& name) const { return dir_.path(name); }
+    std::string write(const std::string& name, const std::string& bytes) const { return dir_.write(name, bytes); }
+    std::string read(const std::string& name) const { return dir_.read(name); }
 
     std::set<std::string> entries() const
     {
         std::set<std::string> names;
-        if (DIR* d = opendir(dir_.c_str())) {
+        if (DIR* d = opendir(dir_.dir().c_str())) {
             while (dirent* e = readdir(d)) {
-                std::string n = e->d_name;
+                const std::string n = e->d_name;
                 if (n != "." && n != "..")
                     names.insert(n);
             }
@@ -96,7 +75,7 @@ protected:
         return names;
     }
 
-    std::string dir_;
+    SCRATCH_DIR dir_;
 };
 
 #endif
