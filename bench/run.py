@@ -9,7 +9,6 @@ median wall time of each tool and arwren's ratio to the others.
 """
 import argparse
 import os
-import resource
 import shutil
 import statistics
 import subprocess
@@ -34,18 +33,12 @@ def timed(cmd, cwd, prepare=None):
 
 
 def peak_rss_kib(cmd, cwd):
-    """Peak resident size of one run of cmd, in KiB."""
-    pid = os.fork()
-    if pid == 0:
-        os.chdir(cwd)
-        fd = os.open(os.devnull, os.O_WRONLY)
-        os.dup2(fd, 1)
-        os.dup2(fd, 2)
-        os.execvp(cmd[0], cmd)
-    _, status, usage = os.wait4(pid, 0)
-    if status != 0:
-        raise RuntimeError("failed: %s" % " ".join(cmd))
-    return usage.ru_maxrss
+    """Peak resident size of one run of cmd, in KiB, as /usr/bin/time sees it
+    (the kernel's figure for a child of this script would include the
+    script's own memory from before the exec)."""
+    res = subprocess.run(["/usr/bin/time", "-f", "%M"] + cmd, cwd=cwd, check=True,
+                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+    return int(res.stderr.strip().splitlines()[-1])
 
 
 def compare(title, tools, runs):
@@ -177,9 +170,9 @@ def main():
     ap.add_argument("--small", type=int, default=20000)
     args = ap.parse_args()
     arwren = os.path.abspath(args.arwren)
-    for tool in ("llvm-ar", "ar"):
+    for tool, package in (("llvm-ar", "llvm"), ("ar", "binutils"), ("/usr/bin/time", "time")):
         if not shutil.which(tool):
-            sys.exit("bench: %s not found (Debian packages llvm, binutils)" % tool)
+            sys.exit("bench: %s not found (Debian package %s)" % (tool, package))
     if not os.path.exists(NEWLIB):
         sys.exit("bench: %s not found (Debian package libnewlib-arm-none-eabi)" % NEWLIB)
     runs = max(5, args.runs)
