@@ -26,7 +26,7 @@ constexpr char kVersion[] = "v" ARWREN_STRINGIFY(ARWREN_VERSION_MAJOR) "."
                             ARWREN_STRINGIFY(ARWREN_VERSION_PATCH);
 constexpr char kReleaseSuffix[] = " release";
 constexpr char kCopyright[] = "(c) Copyright 2026 arwren developers";
-constexpr char kCopyrightTail[] = "All rights reserved.";
+constexpr char kCopyrightTail[] = "MIT License";
 constexpr char kProgramName[] = "arwren";
 constexpr size_t kArchiveNameMax = 495;
 

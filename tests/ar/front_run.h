@@ -12,7 +12,7 @@
 
 const std::string kShortUsage =
     "WREN Archiver                           v1.0.0 release\n"
-    "(c) Copyright 2026 arwren developers    All rights reserved.\n"
+    "(c) Copyright 2026 arwren developers    MIT License\n"
     "\n Syntax : arwren [arxdt][quvsh][012] archive files ...\n"
     "          arwren @command_file\n";
 
