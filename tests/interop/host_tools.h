@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "ar_image.h"
 #include "common/process_run.h"
 #include "common/scratch_dir.h"
 
@@ -67,6 +69,20 @@ inline ::testing::AssertionResult gnu_ar_members(const std::string& archive,
     if (ok && !extract_into.empty())
         return run_ok({"ar", "x", archive}, extract_into);
     return ok;
+}
+
+// The index block of nm --print-armap as (symbol, member) pairs.
+inline INDEX_PAIRS nm_armap(const std::string& out) {
+    INDEX_PAIRS pairs;
+    std::vector<std::string> lines = lines_of(out);
+    auto line = std::find(lines.begin(), lines.end(), "Archive index:");
+    if (line == lines.end())
+        return pairs;
+    for (++line; line < lines.end() && !line->empty(); ++line) {
+        size_t in = line->rfind(" in ");
+        pairs.emplace_back(line->substr(0, in), in == std::string::npos ? "" : line->substr(in + 4));
+    }
+    return pairs;
 }
 
 // Member names from arwren's table of contents: after the three heading

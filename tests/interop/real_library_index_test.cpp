@@ -35,18 +35,6 @@ bool gnu_only(const ELF_SYMBOL_FACTS& s) {
            (s.binding == kStbGnuUnique || s.binding == kStbGlobal || s.binding == kStbWeak);
 }
 
-// The index block of nm --print-armap as (symbol, member) pairs.
-INDEX_PAIRS nm_armap(const std::string& out) {
-    INDEX_PAIRS pairs;
-    std::vector<std::string> lines = lines_of(out);
-    auto line = std::find(lines.begin(), lines.end(), "Archive index:");
-    for (++line; line < lines.end() && !line->empty(); ++line) {
-        size_t in = line->rfind(" in ");
-        pairs.emplace_back(line->substr(0, in), in == std::string::npos ? "" : line->substr(in + 4));
-    }
-    return pairs;
-}
-
 // Archives the files of src with arwren and with GNU ar, in the same order,
 // and checks that arwren's index is GNU ar's without exactly the gnu_only
 // entries (every one of which GNU ar must have), that its size counts its
