@@ -1,10 +1,13 @@
-// A real build system with arwren as its archiver: the CMake project in
+// Real build systems with arwren as their archiver. The CMake project in
 // examples/cmake-client cross-compiles a static library for ARM, has arwren
 // write it through CMake's archiver rule, and links a program against it,
-// with either of CMake's usual generators.
+// with either of CMake's usual generators; make keeps the same library up
+// to date member by member through its archive-member rules.
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <filesystem>
+#include <set>
 
 #include "ar_image.h"
 #include "host_tools.h"
@@ -81,5 +84,53 @@ INSTANTIATE_TEST_SUITE_P(Generators, CMakeClient,
                          [](const ::testing::TestParamInfo<GENERATOR>& info) {
                              return std::string(info.param.tag);
                          });
+
+// The two lines a make user sets, and make's own rule for archive members
+// (ar $(ARFLAGS) lib file), which reads the member dates back from the
+// archive to decide what is out of date.
+TEST(MakeClient, ArchiveMemberRulesKeepTheLibraryUpToDate) {
+    ASSERT_TRUE(have_tool("make", "make"));
+    ASSERT_TRUE(have_tool("arm-none-eabi-gcc", "gcc-arm-none-eabi"));
+    SCRATCH_DIR scratch;
+    const std::string example = ARWREN_SOURCE_DIR "/examples/cmake-client/";
+    for (const std::string name : {"include/dsp.h", "src/fir.c", "src/saturating_mix.c", "src/window.c"})
+        scratch.write(name, SCRATCH_DIR::read_file(example + name), 1500000000);
+    scratch.write("Makefile",
+                  "CC = arm-none-eabi-gcc\n"
+                  "CFLAGS = -Iinclude -O2\n"
+                  "AR = " ARWREN_BIN "\n"
+                  "ARFLAGS = rq\n"
+                  "libdsp.a: libdsp.a(src/fir.o) libdsp.a(src/saturating_mix.o) libdsp.a(src/window.o)\n");
+    const INDEX_PAIRS index = {{"fir_step", "fir.o"}, {"mix_saturate", "saturating_mix.o"},
+                               {"dsp_window", "window.o"}};
+    const struct {
+        const char* step;
+        bool change_fir;
+        std::set<std::string> archived;  // objects make hands to arwren
+    } steps[] = {
+        {"first build", false, {"fir", "saturating_mix", "window"}},
+        {"up to date", false, {}},
+        {"one source changed", true, {"fir"}},
+    };
+    for (const auto& s : steps) {
+        SCOPED_TRACE(s.step);
+        if (s.change_fir) {
+            // Member dates are whole seconds: make sees a change only when
+            // it comes in a later second than the archiving.
+            for (const time_t archived = time(nullptr); time(nullptr) == archived;)
+                usleep(10000);
+            scratch.write("src/fir.c", scratch.read("src/fir.c") + "/* changed */\n");
+        }
+        RUN_RESULT make;
+        ASSERT_TRUE(run_ok({"make"}, scratch.dir(), &make));
+        for (const std::string name : {"fir", "saturating_mix", "window"}) {
+            const bool archived = make.out.find(" rq libdsp.a src/" + name + ".o\n") != std::string::npos;
+            EXPECT_EQ(archived, s.archived.count(name) == 1) << name << "\n" << make.out;
+        }
+        AR_IMAGE image;
+        ASSERT_TRUE(image.parse(scratch.read("libdsp.a"))) << image.error;
+        EXPECT_EQ(image.index_by_member(), index);
+    }
+}
 
 }  // namespace
