@@ -6,21 +6,22 @@
 
 namespace OFE {
 
-// The database of a known family, answering from the family's table row.
-// Families whose only difference is data (numbers, unit size, a small-common
-// section index) need no class of their own.
+// The shared base of the family databases: it answers the family's numbers
+// and unit size from the family's row of the machine table, so that each
+// family class adds only the rules that are its own.
 class FAMILY_MACHINE_DB : public OF_MACHINE_DB {
 public:
-    FAMILY_MACHINE_DB(OBJECT_FILE* file, const MACHINE_FAMILY& family)
-        : OF_MACHINE_DB(file), family_(family) {}
-
     OF_MACHINE machine() const override { return family_.machine; }
     unsigned nucoff_magic() const override { return family_.nucoff_target; }
     unsigned elf_magic() const override { return family_.elf_machine; }
     unsigned unit_size() const override { return family_.unit_bits; }
-    bool elf_sym_kind(ELF_SYMBOL* symbol, OF_SYM_KIND& kind) override;
 
     const MACHINE_FAMILY& family() const { return family_; }
+
+protected:
+    // machine must be a family of the table (1 to OF_MACHINE_LAST).
+    FAMILY_MACHINE_DB(OBJECT_FILE* file, OF_MACHINE machine)
+        : OF_MACHINE_DB(file), family_(*machine_family(machine)) {}
 
 private:
     const MACHINE_FAMILY& family_;

@@ -26,28 +26,20 @@ const uint16_t TARGET_WREN = 0x009C;
 const uint16_t TARGET_LARK = 0x009D;
 const uint16_t TARGET_KITE = 0x009E;   // also written for OWL, which reads back as KITE
 
-// HERON and KITE keep small common blocks at the first processor-specific index.
-const uint16_t SHN_SMALL_COMMON = 0xFF00;
-
 // Indexed by OF_MACHINE - 1.
 const MACHINE_FAMILY kFamilies[] = {
-    {OF_MACHINE_ARM, "ARM", "Advanced RISC Machines ARM", EM_ARM, TARGET_ARM, false, 8, 0},
-    {OF_MACHINE_LARK, "LARK", "LARK microcontroller family", EM_LARK, TARGET_LARK, false, 8, 0},
-    {OF_MACHINE_WREN, "WREN", "WREN digital signal processor family", EM_WREN, TARGET_WREN, false,
-     16, 0},
-    {OF_MACHINE_FINCH, "FINCH", "FINCH digital signal processor family", 0, TARGET_FINCH, false, 16,
-     0},
-    {OF_MACHINE_ROBIN, "ROBIN", "ROBIN digital signal processor family", 0, TARGET_ROBIN, false, 0,
-     0},
-    {OF_MACHINE_HERON, "HERON", "HERON microcontroller family", EM_HERON, TARGET_HERON, false, 8,
-     SHN_SMALL_COMMON},
+    {OF_MACHINE_ARM, "ARM", "Advanced RISC Machines ARM", EM_ARM, TARGET_ARM, false, 8},
+    {OF_MACHINE_LARK, "LARK", "LARK microcontroller family", EM_LARK, TARGET_LARK, false, 8},
+    {OF_MACHINE_WREN, "WREN", "WREN digital signal processor family", EM_WREN, TARGET_WREN, false, 16},
+    {OF_MACHINE_FINCH, "FINCH", "FINCH digital signal processor family", 0, TARGET_FINCH, false, 16},
+    {OF_MACHINE_ROBIN, "ROBIN", "ROBIN digital signal processor family", 0, TARGET_ROBIN, false, 0},
+    {OF_MACHINE_HERON, "HERON", "HERON microcontroller family", EM_HERON, TARGET_HERON, false, 8},
     {OF_MACHINE_ROBINP, "ROBINP", "ROBIN plus digital signal processor family", 0, TARGET_ROBINP,
-     false, 0, 0},
-    {OF_MACHINE_OWL, "OWL", "OWL microcontroller family", 0, TARGET_KITE, true, 8, 0},
-    {OF_MACHINE_KITE, "KITE", "KITE microcontroller family", EM_KITE, TARGET_KITE, false, 8,
-     SHN_SMALL_COMMON},
-    {OF_MACHINE_SWIFT, "SWIFT", "SWIFT application processor family", EM_SWIFT, 0, false, 8, 0},
-    {OF_MACHINE_EGRET, "EGRET", "EGRET application processor family", EM_EGRET, 0, false, 8, 0},
+     false, 0},
+    {OF_MACHINE_OWL, "OWL", "OWL microcontroller family", 0, TARGET_KITE, true, 8},
+    {OF_MACHINE_KITE, "KITE", "KITE microcontroller family", EM_KITE, TARGET_KITE, false, 8},
+    {OF_MACHINE_SWIFT, "SWIFT", "SWIFT application processor family", EM_SWIFT, 0, false, 8},
+    {OF_MACHINE_EGRET, "EGRET", "EGRET application processor family", EM_EGRET, 0, false, 8},
 };
 
 const int kFamilyCount = sizeof kFamilies / sizeof kFamilies[0];

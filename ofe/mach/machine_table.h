@@ -17,7 +17,6 @@ struct MACHINE_FAMILY {
     uint16_t nucoff_target;        // COFF target ID; 0 when the family has no COFF objects
     bool shares_nucoff_target;     // the target ID belongs to another family and reads back as it
     unsigned unit_bits;            // bits per addressable unit; 0 = set per file
-    uint16_t near_common_shndx;    // reserved ELF section index of small common blocks; 0 = none
 };
 
 // The row of a family; null for OF_MACHINE_UNKNOWN and values out of range.

@@ -5,19 +5,29 @@
 
 namespace OFE {
 
-// ROBIN and ROBINP parts come in several memory widths: the addressable unit
-// is a property of each file (set by its loader), not of the family.
+// ROBIN and ROBIN plus parts come in several memory widths: the addressable
+// unit is a property of each file (set by its loader), not of the family.
+
 class ROBIN_MACHINE_DB : public FAMILY_MACHINE_DB {
 public:
-    ROBIN_MACHINE_DB(OBJECT_FILE* file, const MACHINE_FAMILY& family)
-        : FAMILY_MACHINE_DB(file, family), unit_bits_(kDefaultUnitBits) {}
+    explicit ROBIN_MACHINE_DB(OBJECT_FILE* file) : FAMILY_MACHINE_DB(file, OF_MACHINE_ROBIN) {}
 
     unsigned unit_size() const override { return unit_bits_; }
     void set_unit_size(unsigned bits) { unit_bits_ = bits; }
 
 private:
-    static const unsigned kDefaultUnitBits = 8;
-    unsigned unit_bits_;
+    unsigned unit_bits_ = 8;
+};
+
+class ROBINP_MACHINE_DB : public FAMILY_MACHINE_DB {
+public:
+    explicit ROBINP_MACHINE_DB(OBJECT_FILE* file) : FAMILY_MACHINE_DB(file, OF_MACHINE_ROBINP) {}
+
+    unsigned unit_size() const override { return unit_bits_; }
+    void set_unit_size(unsigned bits) { unit_bits_ = bits; }
+
+private:
+    unsigned unit_bits_ = 8;
 };
 
 }  // namespace OFE

@@ -13,8 +13,8 @@ public:
     enum MEMORY_MODEL { SMALL_MODEL = 0, LARGE_MODEL = 1 };
     enum ADDRESSING { NO_AMODE = 0, AMODE = 1 };
 
-    WREN_MACHINE_DB(OBJECT_FILE* file, const MACHINE_FAMILY& family)
-        : FAMILY_MACHINE_DB(file, family), memory_model_(SMALL_MODEL), addressing_(NO_AMODE) {}
+    explicit WREN_MACHINE_DB(OBJECT_FILE* file)
+        : FAMILY_MACHINE_DB(file, OF_MACHINE_WREN), memory_model_(SMALL_MODEL), addressing_(NO_AMODE) {}
 
     void set_memory_model(unsigned long model) { memory_model_ = model; }
     void set_addressing_mode(unsigned long mode) { addressing_ = mode; }

@@ -1,0 +1,72 @@
+#include "ofe/of_machine_db.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "ofe/elf/elf_symbol.h"
+#include "ofe/mach/heron_kite_mach.h"
+#include "ofe/mach/plain_mach.h"
+#include "ofe/mach/robin_mach.h"
+#include "ofe/mach/wren_mach.h"
+#include "ofe/object_file.h"
+
+using namespace OFE;
+
+namespace {
+
+template <typename CLASS>
+bool is(OF_MACHINE_DB* db) { return dynamic_cast<CLASS*>(db) != nullptr; }
+
+// Each family's database is of the family's own class, answers the family's
+// unit size and occurs in the formats the family is known in; only HERON
+// and KITE read ELF section index 0xFF00 as a small common block.
+TEST(MachineDb, OneClassPerFamily) {
+    const struct {
+        OF_MACHINE machine;
+        std::function<bool(OF_MACHINE_DB*)> is_named_class;
+        const char* short_name;
+        unsigned unit_bits;
+        bool elf, coff, small_common;
+    } cases[] = {
+        {OF_MACHINE_ARM, is<ARM_MACHINE_DB>, "ARM", 8, true, true, false},
+        {OF_MACHINE_LARK, is<LARK_MACHINE_DB>, "LARK", 8, true, true, false},
+        {OF_MACHINE_WREN, is<WREN_MACHINE_DB>, "WREN", 16, true, true, false},
+        {OF_MACHINE_FINCH, is<FINCH_MACHINE_DB>, "FINCH", 16, false, true, false},
+        {OF_MACHINE_ROBIN, is<ROBIN_MACHINE_DB>, "ROBIN", 8, false, true, false},
+        {OF_MACHINE_HERON, is<HERON_MACHINE_DB>, "HERON", 8, true, true, true},
+        {OF_MACHINE_ROBINP, is<ROBINP_MACHINE_DB>, "ROBINP", 8, false, true, false},
+        {OF_MACHINE_OWL, is<OWL_MACHINE_DB>, "OWL", 8, false, true, false},
+        {OF_MACHINE_KITE, is<KITE_MACHINE_DB>, "KITE", 8, true, true, true},
+        {OF_MACHINE_SWIFT, is<SWIFT_MACHINE_DB>, "SWIFT", 8, true, false, false},
+        {OF_MACHINE_EGRET, is<EGRET_MACHINE_DB>, "EGRET", 8, true, false, false},
+        {OF_MACHINE_UNKNOWN, is<OF_MACHINE_DB>, "unknown", 8, false, false, false},
+    };
+    ELF_SYMBOL small_common(nullptr), processor_specific(nullptr);
+    small_common.record().st_shndx = 0xFF00;
+    processor_specific.record().st_shndx = 0xFF01;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.short_name);
+        std::unique_ptr<OF_MACHINE_DB> db(OF_MACHINE_DB::machine_db(nullptr, c.machine));
+        EXPECT_TRUE(c.is_named_class(db.get()));
+        EXPECT_EQ(db->machine(), c.machine);
+        EXPECT_STREQ(OBJECT_FILE::simple_machine_name(db->machine()), c.short_name);
+        EXPECT_EQ(db->unit_size(), c.unit_bits);
+        EXPECT_EQ(db->elf_magic() != 0, c.elf);
+        EXPECT_EQ(db->nucoff_magic() != 0, c.coff);
+        if (c.elf) {
+            EXPECT_EQ(OBJECT_FILE::OF_MACHINE_from_ELF(db->elf_magic()), c.machine);
+        }
+
+        OF_SYM_KIND kind = OF_SYM_KIND_DEBUG;
+        EXPECT_EQ(db->elf_sym_kind(&small_common, kind), c.small_common);
+        EXPECT_EQ(kind, c.small_common ? OF_SYM_KIND_COMMON : OF_SYM_KIND_UNKNOWN);
+        kind = OF_SYM_KIND_DEBUG;
+        EXPECT_FALSE(db->elf_sym_kind(&processor_specific, kind));
+        EXPECT_EQ(kind, OF_SYM_KIND_UNKNOWN);
+    }
+}
+
+}  // namespace
