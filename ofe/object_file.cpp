@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ofe/coff/nucoff_file.h"
 #include "ofe/elf/elf_file.h"
 #include "ofe/mach/machine_table.h"
 #include "ofe/of_machine_db.h"
@@ -129,9 +130,7 @@ OBJECT_FILE* OBJECT_FILE::alloc_back_end(const OF_FILE_HANDLE& handle) {
     case OF_FORMAT_ELF:
         return new ELF_FILE(handle);
     case OF_FORMAT_NUCOFF:
-        // The COFF back end plugs in here; until then COFF files are
-        // recognised but not opened.
-        return nullptr;
+        return new NUCOFF_FILE(handle);
     default:
         return nullptr;
     }

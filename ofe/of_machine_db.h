@@ -9,6 +9,7 @@ namespace OFE {
 class ELF_SYMBOL;
 class OBJECT_FILE;
 class OF_SECTION;
+struct filehdr;
 
 // What differs between processor families, asked by the generic code and the
 // back ends whenever a rule depends on the processor. This base serves files
@@ -33,6 +34,8 @@ public:
     // Decides the kind of a raw ELF symbol when the family has a rule for it;
     // answers false (kind unknown) to leave the ELF back end's rule in force.
     virtual bool elf_sym_kind(ELF_SYMBOL* symbol, OF_SYM_KIND& kind);
+    // Takes what the family keeps in a COFF file header; by default nothing.
+    virtual void set_nucoff_fh(const filehdr&) {}
 
     OBJECT_FILE* file() const { return file_; }
 

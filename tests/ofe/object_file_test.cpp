@@ -140,16 +140,17 @@ TEST_F(ObjectFileTest, MemberObjectsNeedASizeAwayFromTheFileHead) {
     fhm_close(file);
 }
 
-TEST_F(ObjectFileTest, PathOpensOnlyObjectsWithABackEnd) {
+TEST_F(ObjectFileTest, PathOpensObjectFilesOnly) {
     const std::string path = dir_.write("a.o", ELF_BUILDER().bytes());
     std::unique_ptr<OBJECT_FILE> elf(OBJECT_FILE::new_OBJECT_FILE(path.c_str(), nullptr));
     ASSERT_NE(elf, nullptr);
     EXPECT_TRUE(elf->handle().owns_file);
     EXPECT_EQ(OBJECT_FILE::new_OBJECT_FILE(dir_.write("t.txt", "text").c_str(), nullptr), nullptr);
     EXPECT_EQ(OBJECT_FILE::new_OBJECT_FILE(dir_.path("missing.o").c_str(), nullptr), nullptr);
-    // COFF is recognised but has no back end to open it with.
-    EXPECT_EQ(OBJECT_FILE::new_OBJECT_FILE(dir_.write("c.o", coff_head(0x00C2, 0x9C, false)).c_str(), nullptr),
-              nullptr);
+    std::unique_ptr<OBJECT_FILE> coff(
+        OBJECT_FILE::new_OBJECT_FILE(dir_.write("c.o", coff_head(0x00C2, 0x9C, false)).c_str(), nullptr));
+    ASSERT_NE(coff, nullptr);
+    EXPECT_EQ(coff->format(), OF_FORMAT_NUCOFF);
 }
 
 // get_file_data counts from the object's first byte, wherever it lies in its

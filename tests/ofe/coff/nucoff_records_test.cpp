@@ -62,8 +62,10 @@ TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
         FIELDS swapped;
         bool zero_name;
     } cases[] = {
-        {"filehdr1", 22, reader(read_NUCoff_filehdr1), {{0, 2}, {2, 2}, {4, 4}, {8, 4}, {12, 4}, {16, 2}, {18, 2}, {20, 2}}, false},
-        {"aouthdr", 28, reader(read_NUCoff_aouthdr), {{0, 2}, {2, 2}, {4, 4}, {8, 4}, {12, 4}, {16, 4}, {20, 4}, {24, 4}}, false},
+        {"filehdr1", 22, reader(read_NUCoff_filehdr1),
+         {{0, 2}, {2, 2}, {4, 4}, {8, 4}, {12, 4}, {16, 2}, {18, 2}, {20, 2}}, false},
+        {"aouthdr", 28, reader(read_NUCoff_aouthdr),
+         {{0, 2}, {2, 2}, {4, 4}, {8, 4}, {12, 4}, {16, 4}, {20, 4}, {24, 4}}, false},
         {"scnhdr0: name and single bytes kept", 40, reader(read_NUCoff_scnhdr0),
          {{8, 4}, {12, 4}, {16, 4}, {20, 4}, {24, 4}, {28, 4}, {32, 2}, {34, 2}, {36, 2}}, true},
         {"scnhdr2: inline name and reserved bytes kept", 48, reader(read_NUCoff_scnhdr2), scnhdr2, false},
@@ -76,13 +78,15 @@ TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
         {"aux function", 18, reader(read_NUCoff_aux_func), {{0, 4}, {4, 4}, {8, 4}, {12, 4}}, false},
         {"aux end of structure", 18, reader(read_NUCoff_aux_eos), {{0, 4}, {4, 4}}, false},
         {"aux tag: first word kept", 18, reader(read_NUCoff_aux_tag), {{4, 4}, {12, 4}}, false},
-        {"aux array: size word kept", 18, reader(read_NUCoff_aux_array), {{0, 4}, {8, 2}, {10, 2}, {12, 2}, {14, 2}}, false},
+        {"aux array: size word kept", 18, reader(read_NUCoff_aux_array),
+         {{0, 4}, {8, 2}, {10, 2}, {12, 2}, {14, 2}}, false},
         {"aux block", 18, reader(read_NUCoff_aux_block), {{0, 4}, {4, 2}, {6, 2}, {8, 4}, {12, 4}}, false},
         {"reloc0: type only", 10, reader(read_NUCoff_reloc0), {{8, 2}}, false},
         {"reloc1: type only", 12, reader(read_NUCoff_reloc1), {{10, 2}}, false},
         {"reloc0 fields", 10, fields(swap_NUCoff_reloc0_fields, 0), {{0, 4}}, false},
         {"reloc0 word", 10, fields(swap_NUCoff_reloc0_fields, NUCOFF_RELOC_MIDDLE_WORD), {{0, 4}, {4, 4}}, false},
-        {"reloc1 halves", 12, fields(swap_NUCoff_reloc1_fields, NUCOFF_RELOC_MIDDLE_HALVES), {{0, 4}, {4, 2}, {6, 2}, {8, 2}}, false},
+        {"reloc1 halves", 12, fields(swap_NUCoff_reloc1_fields, NUCOFF_RELOC_MIDDLE_HALVES),
+         {{0, 4}, {4, 2}, {6, 2}, {8, 2}}, false},
         {"lineno", 6, reader(read_NUCoff_lineno), {{0, 4}, {4, 2}}, false},
     };
     for (const auto& c : cases) {
@@ -110,8 +114,8 @@ TEST(NucoffRecordsTest, ShortFileHeaderSwappedAsLongForm) {
     header.f_target_id = 0x1234;
     read_NUCoff_filehdr0(in, header, true);
     EXPECT_EQ(in.cursor(), 20u);
-    EXPECT_EQ(header.f_target_id, 0x3412);
-    EXPECT_EQ(header.f_flags, 0x1314);
+    EXPECT_EQ(+header.f_target_id, 0x3412);   // packed fields are compared as values
+    EXPECT_EQ(+header.f_flags, 0x1314);
 }
 
 }  // namespace

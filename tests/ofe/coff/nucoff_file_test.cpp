@@ -1,0 +1,168 @@
+#include "ofe/coff/nucoff_file.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "ofe/coff/nucoff_section_table.h"
+#include "ofe/coff/nucoff_test_env.h"
+#include "ofe/mach/wren_mach.h"
+#include "ofe/of_symbol_table.h"
+#include "support/fhm_file.h"
+
+using namespace OFE;
+
+namespace {
+
+class NucoffFileTest : public NucoffTestEnv {
+protected:
+    std::string patched(std::string bytes, size_t at, uint32_t value, int width) const {
+        return bytes.replace(at, width, builder().num(value, width));
+    }
+};
+
+NUCOFF_ALL_FORMS(NucoffFileTest);
+
+// Type, target byte order and WREN's memory model and addressing mode come
+// from the header flags; the machine from the target ID wherever the
+// version keeps it.
+TEST_P(NucoffFileTest, HeaderFlags) {
+    const struct {
+        uint16_t flags;
+        OF_FILE_TYPE type;
+        OF_ENDIAN endian;
+        const char *model, *addressing;
+    } cases[] = {
+        {0x0100 | 0x0400 | 0x1000, OF_FILE_TYPE_RELOCATABLE, OF_ENDIAN_LITTLE, "small", "Amode"},
+        {0x0201 | 0x0800 | 0x2000, OF_FILE_TYPE_UNKNOWN, OF_ENDIAN_BIG, "large", "No Amode"},
+        {0x0303 | 0x0C00, OF_FILE_TYPE_EXECUTABLE, OF_ENDIAN_UNKNOWN, "(unknown)", "(unknown)"},
+        {0x0002 | 0x3000, OF_FILE_TYPE_EXECUTABLE, OF_ENDIAN_UNKNOWN, "(unknown)", "(unknown)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.flags);
+        auto file = open(builder(NUCOFF_BUILDER::WREN).flags(c.flags).bytes());
+        EXPECT_EQ(file->machine(), OF_MACHINE_WREN);
+        EXPECT_EQ(file->file_type(), c.type);
+        EXPECT_EQ(file->machine_endian(), c.endian);
+        EXPECT_EQ(file->time_stamp(), 0x5F000000);
+        auto* wren = dynamic_cast<WREN_MACHINE_DB*>(file->machine_db());
+        EXPECT_STREQ(WREN_MACHINE_DB::memory_model_name(wren->memory_model()), c.model);
+        EXPECT_STREQ(WREN_MACHINE_DB::addressing_mode_name(wren->addressing_mode()), c.addressing);
+    }
+    EXPECT_EQ(open(builder().bytes())->machine(), OF_MACHINE_ARM);
+    EXPECT_TRUE(ERROR_LOG::calls().empty());
+}
+
+// Section headers follow an optional header of any size, read only when it
+// is 28 bytes; 8-character names are whole, longer ones come from the string
+// table (version 0 cuts them). Without a symbol table the string table is
+// found after the sections' data, relocations and line numbers.
+TEST_P(NucoffFileTest, SectionsAndTheirNames) {
+    for (int optional : {0, 28, 12, -1, -2, -3}) {   // below 0: no symbol table, the string table
+        SCOPED_TRACE(optional);                      // after relocations, line numbers or data
+        const uint32_t relocs = optional == -1 ? 2 : 0, lines = optional == -2 ? 3 : 0;
+        NUCOFF_BUILDER b = builder();
+        b.section(".eight_c", "xy", 3 - lines, 2 - relocs).section(".long_section_name", "z", relocs, lines);
+        if (optional < 0)
+            b.without_symbol_table();
+        else
+            b.optional_header(uint16_t(optional)).symbol("f", 0, 1, 0x20, 2);
+        auto file = open(patched(b.bytes(), 12, 1, 4));   // one entry, also with no table
+        EXPECT_EQ(+file->optional_header().entry, optional == 28 ? 0x11223344 : 0);
+        EXPECT_EQ(file->symbol_table()->symnum(), optional < 0 ? 0u : 1u);
+        NUCOFF_SECTION_TABLE* sections = file->nucoff_section_table();
+        ASSERT_EQ(sections->scnnum(), 3u);
+        EXPECT_STREQ(sections->section(2)->name(), version() == 0 ? ".long_se" : ".long_section_name");
+        EXPECT_EQ(sections->nucoff_section(1)->header().nreloc(), 3 - lines);
+        EXPECT_STREQ(sections->section(0)->name(), ".text");
+        EXPECT_EQ(sections->section(0)->size(), 4u);
+        EXPECT_EQ(sections->section(0)->address(), 0x100u);
+        EXPECT_EQ(sections->section(0)->contents().UINT8_read(3), 'e');
+        EXPECT_EQ(int(sections->section(0)->contents().endian()), int(std::get<1>(GetParam())));
+        EXPECT_STREQ(sections->section(1)->name(), ".eight_c");
+        EXPECT_EQ(sections->section(3), nullptr);
+    }
+    EXPECT_EQ(last_error(), "");
+}
+
+// The symbol-table offset may equal the object's size, not exceed it; a
+// string table reaching past the end is refused, and only inline names stay.
+// Counts and offsets far beyond the object neither size a table nor read
+// outside the object: tables keep what it holds.
+TEST_P(NucoffFileTest, TableBounds) {
+    NUCOFF_BUILDER b = builder();
+    const std::string bytes = b.symbol("inline", 0, 1, 0, 2).symbol("from_the_string_table", 4, 1, 0, 2).bytes();
+    const uint32_t size = uint32_t(bytes.size()), strings = b.string_table_offset();
+    const unsigned long sections = (size - b.header_size()) / b.section_header_size();
+    char past[40];
+    snprintf(past, sizeof past, "invalid symbol table offset 0x%08x", size + 1);
+    const struct {
+        std::string bytes, error;
+        unsigned long sections, symbols;
+    } cases[] = {
+        {bytes, "", 1, 2},
+        {patched(bytes, 8, size, 4), "", 1, 0},
+        {patched(bytes, 8, size + 1, 4), past, 1, 0},
+        {patched(bytes, strings, size - strings + 1, 4),
+         "invalid string table size " + std::to_string(size - strings + 1), 1, 2},
+        {bytes.substr(0, 10), "", 0, 0},
+        {patched(bytes, 2, 0xFFFF, 2), "", sections, 2},
+        {patched(bytes, 12, 0x7FFFFFFF, 4), "", 1, (size - b.symbol_table_offset()) / 18},
+        {patched(bytes, 16, 0xFFFF, 2), "", 0, 2},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        ERROR_LOG::calls().clear();
+        auto file = open(c.bytes);
+        EXPECT_EQ(last_error(), c.error);
+        EXPECT_EQ(file->error_code(), c.error.empty() ? OF_NO_ERROR : OF_ERR_CORRUPT);
+        EXPECT_EQ(file->section_table()->scnnum(), c.sections);
+        for (unsigned long id = 0; id < c.sections; ++id)
+            EXPECT_NE(file->section_table()->section(id), nullptr);
+        OF_SYMBOL_TABLE* symbols = file->symbol_table();
+        ASSERT_EQ(symbols->symnum(), c.symbols);
+        if (c.symbols == 2) {
+            EXPECT_STREQ(symbols->symbol(0)->name(), "inline");
+            EXPECT_EQ(symbols->symbol(1)->name() == nullptr, !c.error.empty());
+        }
+    }
+}
+
+// A COFF back end over a handle that is not COFF, or of no COFF format
+// version, refuses what it is asked with the matching message.
+TEST(NucoffFile, RefusesWhatIsNotCoff) {
+    SCRATCH_DIR dir;
+    OF_FILE_HANDLE handle;
+    handle.file = fhm_open(dir.write("x.o", NUCOFF_BUILDER(1, NUCOFF_BUILDER::LITTLE).bytes()).c_str(), "rb");
+    handle.size = 22 + 48;
+    const char* const not_coff = "attempting to get NU-COFF interface for non-NU-COFF file";
+    const struct {
+        OF_FORMAT format;
+        OF_FORMAT_VER version;
+        std::function<void(NUCOFF_FILE&)> use;
+        const char* message;
+    } cases[] = {
+        {OF_FORMAT_ELF, OF_FORMAT_VER_COFF1, [](NUCOFF_FILE& f) { EXPECT_EQ(f.load(f.handle()), -1); }, not_coff},
+        {OF_FORMAT_ELF, OF_FORMAT_VER_COFF1,
+         [](NUCOFF_FILE& f) { EXPECT_EQ(f.symbol_table()->next_symbol_id(0), 1u); }, not_coff},
+        {OF_FORMAT_NUCOFF, OF_FORMAT_VER_UNKNOWN, [](NUCOFF_FILE& f) { EXPECT_EQ(f.load(f.handle()), -1); },
+         "invalid file format version \"unknown format version\""},
+        {OF_FORMAT_NUCOFF, OF_FORMAT_VER_ELF1, [](NUCOFF_FILE& f) { EXPECT_EQ(f.machine(), OF_MACHINE_UNKNOWN); },
+         "invalid file format version \"1\""},
+        {OF_FORMAT_NUCOFF, OF_FORMAT_VER_ELF1,
+         [](NUCOFF_FILE& f) { f.section_table()->load(22, 48, 1), f.section_table()->section(0); },
+         "Invalid NU-COFF version"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.message);
+        handle.format = c.format;
+        handle.format_version = c.version;
+        NUCOFF_FILE file(handle);
+        c.use(file);
+        EXPECT_STREQ(file.error_message(), c.message);
+    }
+    fhm_close(handle.file);
+}
+
+}  // namespace

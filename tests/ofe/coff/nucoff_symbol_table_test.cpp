@@ -1,0 +1,133 @@
+#include "ofe/coff/nucoff_symbol_table.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ofe/coff/nucoff_symbol.h"
+#include "ofe/coff/nucoff_test_env.h"
+
+using namespace OFE;
+
+namespace {
+
+// Kind follows the section number alone (a common block is undefined),
+// binding the storage class alone, read as a signed byte; never weak.
+TEST(NucoffSymbol, KindAndBinding) {
+    struct CASE {
+        uint8_t sclass;
+        int16_t scnum;
+        OF_SYM_KIND kind;
+        OF_SYM_BINDING binding;
+    };
+    std::vector<CASE> cases = {{2, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_GLOBAL},
+                               {2, -1, OF_SYM_KIND_ABSOLUTE, OF_SYM_BINDING_GLOBAL},
+                               {2, 0, OF_SYM_KIND_UNDEFINED, OF_SYM_BINDING_GLOBAL},
+                               {2, -2, OF_SYM_KIND_DEBUG, OF_SYM_BINDING_GLOBAL},
+                               {2, -3, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_GLOBAL},
+                               {0, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_UNKNOWN}};
+    for (uint8_t global : {5, 19, 21, 23, 25, 26, 28, 109})
+        cases.push_back({global, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_GLOBAL});
+    for (uint8_t local : {1, 3, 4, 6, 20, 22, 24, 27, 29, 108, 110, 130, 255})
+        cases.push_back({local, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_LOCAL});
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(std::to_string(c.sclass) + " in " + std::to_string(c.scnum));
+        NUCOFF_SYMBOL symbol(nullptr);
+        symbol.entry().n_sclass = c.sclass;
+        symbol.entry().n_scnum = c.scnum;
+        EXPECT_EQ(symbol.kind(), c.kind);
+        EXPECT_EQ(symbol.binding(), c.binding);
+        EXPECT_EQ(symbol.is_load_label(), c.sclass == 20 || c.sclass == 21);
+    }
+}
+
+// The kind of a symbol's aux entries follows its storage class, then its
+// derived type; the symbol's size is the one its first aux entry keeps.
+TEST(NucoffSymbol, AuxKindSizeAndType) {
+    const struct {
+        uint8_t sclass;
+        uint16_t type;
+        uint8_t numaux;
+        NUCOFF_AUX_TYPE kind;
+        unsigned long size;
+        OF_SYM_TYPE sym_type;
+    } cases[] = {
+        {103, 0, 1, NUCOFF_AUX_FILE, 0, OF_SYM_TYPE_FILE},     {6, 0x20, 1, NUCOFF_AUX_NONE, 0, OF_SYM_TYPE_FUNCTION},
+        {10, 8, 1, NUCOFF_AUX_TAG, 9, OF_SYM_TYPE_OBJECT},     {12, 0, 1, NUCOFF_AUX_TAG, 9, OF_SYM_TYPE_NONE},
+        {15, 0, 1, NUCOFF_AUX_TAG, 9, OF_SYM_TYPE_NONE},       {13, 4, 1, NUCOFF_AUX_SYM, 9, OF_SYM_TYPE_OBJECT},
+        {100, 0, 1, NUCOFF_AUX_BLOCK, 0, OF_SYM_TYPE_NONE},    {101, 0, 1, NUCOFF_AUX_BLOCK, 0, OF_SYM_TYPE_NONE},
+        {102, 0, 1, NUCOFF_AUX_EOS, 9, OF_SYM_TYPE_NONE},      {2, 0x24, 1, NUCOFF_AUX_FUNC, 9, OF_SYM_TYPE_FUNCTION},
+        {3, 0x34, 1, NUCOFF_AUX_ARRAY, 9, OF_SYM_TYPE_OBJECT}, {2, 0x14, 1, NUCOFF_AUX_SYM, 9, OF_SYM_TYPE_OBJECT},
+        {3, 0, 2, NUCOFF_AUX_SCN, 0x90000, OF_SYM_TYPE_NONE},   {2, 4, 0, NUCOFF_AUX_NONE, 0, OF_SYM_TYPE_OBJECT},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.sclass) + " of type " + std::to_string(c.type));
+        NUCOFF_SYMBOL symbol(nullptr);
+        symbol.entry().n_sclass = c.sclass;
+        symbol.entry().n_type = c.type;
+        symbol.entry().n_numaux = c.numaux;
+        EXPECT_EQ(NUCOFF_SYMBOL::aux_type(symbol.entry()), c.kind);
+        auxent aux = {};
+        aux.x_raw[2] = aux.x_raw[4] = 9;   // the section length at 0, every other size at 4
+        if (c.kind != NUCOFF_AUX_NONE)
+            symbol.add_aux(aux, c.kind);
+        EXPECT_EQ(symbol.size(), c.size);
+        EXPECT_EQ(symbol.type(), c.sym_type);
+    }
+    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(0), "C_NULL");
+    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(29), "C_USTATREG");
+    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(100), "C_BLOCK");
+    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(110), "C_EOG");
+    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(30), "C_UNKNOWN");
+    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(111), "C_UNKNOWN");
+}
+
+class NucoffSymbolTableTest : public NucoffTestEnv {};
+
+NUCOFF_ALL_FORMS(NucoffSymbolTableTest);
+
+// A walk steps over aux entries and over a label's, which are dropped, so
+// the entry after a label reads as a symbol. Names of 8 characters are
+// whole; an offset outside the string table or in its length word gives no
+// name; aux entries counted past the end of the table end the walk, and
+// only those inside are read.
+TEST_P(NucoffSymbolTableTest, WalkNamesAndDamagedEntries) {
+    typedef std::vector<std::pair<unsigned long, std::string>> WALK;   // id, name
+    NUCOFF_BUILDER b = builder();
+    const std::string hidden = "exactly8" + b.num(0x20, 4) + b.num(1, 2) + b.num(0, 2) + std::string("\x02\0", 2);
+    const std::string bytes = b.symbol("f", 0, 1, 0x20, 2, {b.aux({}), b.aux({})})
+                                  .symbol("in_the_string_table", 0, 1, 0, 2)
+                                  .symbol("label", 0, 1, 0, 6, {hidden})
+                                  .symbol("last", 0, 1, 0, 2)
+                                  .bytes() +
+                              std::string("junk", 5);   // after the string table
+    const size_t name = b.symbol_table_offset() + 3 * 18 + 4, past = bytes.size() - 5 - b.string_table_offset();
+    const struct {
+        size_t at;
+        std::string value;
+        WALK walked;
+        size_t aux_read;   // by the last symbol
+    } cases[] = {
+        {0, "", {{0, "f"}, {3, "in_the_string_table"}, {4, "label"}, {5, "exactly8"}, {6, "last"}}, 0},
+        {name, b.num(past, 4), {{0, "f"}, {3, "<null>"}, {4, "label"}, {5, "exactly8"}, {6, "last"}}, 0},
+        {name, b.num(2, 4), {{0, "f"}, {3, "<null>"}, {4, "label"}, {5, "exactly8"}, {6, "last"}}, 0},
+        {name + 13, "\xFF", {{0, "f"}, {3, "in_the_string_table"}}, 3},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.at);
+        auto file = open(std::string(bytes).replace(c.at, c.value.size(), c.value));
+        OF_SYMBOL_TABLE* table = file->symbol_table();
+        WALK walked;
+        for (unsigned long id = 0; id < table->symnum(); id = table->next_symbol_id(id))
+            walked.emplace_back(id, table->symbol(id)->name() ? table->symbol(id)->name() : "<null>");
+        EXPECT_EQ(walked, c.walked);
+        EXPECT_EQ(static_cast<NUCOFF_SYMBOL*>(table->symbol(3))->aux().size(), c.aux_read);
+        EXPECT_EQ(table->symbol(5)->binding(), OF_SYM_BINDING_GLOBAL);
+        EXPECT_EQ(table->symbol(5)->value(), 0x20u);
+    }
+    EXPECT_TRUE(ERROR_LOG::calls().empty());
+}
+
+}  // namespace
