@@ -456,9 +456,8 @@ void DATA_MAP::copy_data(unsigned long to, unsigned long from, unsigned long n)
 // Pool and lazy loading
 
 // Reads the file stretch in one piece on first need. The file's position is
-// put back afterwards: archive members share one open file, and the archive
-// reader goes on from where it was. Failed steps are reported by the
-// wrappers; bytes that could not be read stay zero.
+// the same afterwards: archive members share one open file, and the archive
+// reader goes on from where it was. Bytes that could not be read stay zero.
 void DATA_MAP::load_buffer_into_mem() const
 {
     if (flags_ & LOADED)
@@ -472,10 +471,18 @@ void DATA_MAP::load_buffer_into_mem() const
     flags_ |= LOADED;
 }
 
-// The stream is fetched from the manager at every step, because the manager
-// may close and reopen it between any two uses.
+// A positioned read leaves the stream's position alone and costs one system
+// call, or none when the file lends the bytes from memory. A stream that
+// cannot be read that way (one open for writing, or one that cannot be
+// reopened) is read through the checked wrappers, which report each failed
+// step: its position is saved, moved and put back. The stream is fetched
+// from the manager at every step, because the manager may close and reopen
+// it between any two uses.
 unsigned long DATA_MAP::read_from_file(unsigned char* dest, uint64_t position, unsigned long n) const
 {
+    const long direct = file_->read_at(dest, n, position);
+    if (direct >= 0)
+        return static_cast<unsigned long>(direct);
     const long saved = pftell(file_->fp());
     pfseek(file_->fp(), static_cast<long>(position), SEEK_SET);
     const size_t got = pfread(dest, 1, n, file_->fp());

@@ -1,6 +1,7 @@
 #ifndef ARWREN_SUPPORT_FHM_FILE_H
 #define ARWREN_SUPPORT_FHM_FILE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -21,6 +22,20 @@ public:
     unsigned last_use() const { return last_use_; }
     FILE_HANDLE_MANAGER* manager() const { return manager_; }
 
+    // Reads n bytes at position without moving the stream's position: from
+    // the view when it holds them all, else with positioned reads on the
+    // stream's descriptor, after flushing what a stream open for writing
+    // holds. Returns the count read (short at the end of the file), or -1
+    // when the read failed or cannot be made this way (a stream that cannot
+    // be reopened, or one open for writing only).
+    long read_at(void* buffer, size_t n, uint64_t position);
+    // Lends the file's bytes [offset, offset + length) from memory, so that
+    // read_at serves them without a system call. The bytes stay the
+    // caller's and must outlive the view or the next set_view.
+    void set_view(const unsigned char* bytes, uint64_t offset, size_t length);
+    void clear_view() { set_view(nullptr, 0, 0); }
+    bool is_read_only() const;
+
 private:
     friend class FILE_HANDLE_MANAGER;
     FHM_FILE() = default;
@@ -38,6 +53,9 @@ private:
     int open_slot_ = -1;
     bool position_saved_ = false;  // fgetpos succeeded at the last eviction
     bool close_failed_ = false;    // closing at an eviction lost buffered output
+    const unsigned char* view_ = nullptr;  // the file's bytes from view_offset_ on, lent
+    uint64_t view_offset_ = 0;
+    size_t view_length_ = 0;
 };
 
 FHM_FILE* fhm_open(const char* name, const char* mode);  // null when it cannot be opened
