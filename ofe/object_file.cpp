@@ -110,6 +110,14 @@ bool sniff_coff(const unsigned char* head, OF_FILE_HANDLE& handle) {
     return true;
 }
 
+// Format, version, byte order and machine from the object's first bytes.
+void sniff(OF_FILE_HANDLE& handle) {
+    unsigned char head[kSniffLength];
+    read_head(handle, head);
+    if (!sniff_elf(head, handle))
+        sniff_coff(head, handle);
+}
+
 }  // namespace
 
 unsigned long OBJECT_FILE::next_serial_ = 1;
@@ -118,10 +126,7 @@ void OBJECT_FILE::determine_file_properties(OF_FILE_HANDLE& handle) {
     if (!handle.file)
         return;
     take_position_and_size(handle);
-    unsigned char head[kSniffLength];
-    read_head(handle, head);
-    if (!sniff_elf(head, handle))
-        sniff_coff(head, handle);
+    sniff(handle);
     pfseek(handle.file->fp(), static_cast<long>(handle.offset), SEEK_SET);
 }
 
@@ -169,6 +174,20 @@ OBJECT_FILE* OBJECT_FILE::new_OBJECT_FILE(FHM_FILE* file, unsigned long size, co
     handle.name = name;
     handle.size = static_cast<uint32_t>(size);
     return new_OBJECT_FILE(handle, callback);
+}
+
+OBJECT_FILE* OBJECT_FILE::new_OBJECT_FILE(FHM_FILE* file, unsigned long offset, unsigned long size,
+                                          const char* name, OF_ERROR_CALLBACK callback) {
+    if (!file || size == 0)
+        return nullptr;
+    OF_FILE_HANDLE handle;
+    handle.file = file;
+    handle.name = name;
+    handle.offset = static_cast<uint32_t>(offset);
+    handle.size = static_cast<uint32_t>(size);
+    sniff(handle);
+    OBJECT_FILE* object = alloc_back_end(handle);
+    return object ? open_built(object, callback) : nullptr;
 }
 
 OBJECT_FILE* OBJECT_FILE::new_OBJECT_FILE(const char* path, OF_ERROR_CALLBACK callback) {

@@ -31,6 +31,11 @@ public:
     // archive member; a member that is not at the head of its file needs its size.
     static OBJECT_FILE* new_OBJECT_FILE(FHM_FILE* file, unsigned long size, const char* name,
                                         OF_ERROR_CALLBACK callback);
+    // An object at a known place in its file, typically an archive member
+    // read in place: the stream's position is neither asked nor moved. A
+    // size of 0 gives no object.
+    static OBJECT_FILE* new_OBJECT_FILE(FHM_FILE* file, unsigned long offset, unsigned long size,
+                                        const char* name, OF_ERROR_CALLBACK callback);
     // Opens path itself and closes it again when the object is deleted.
     static OBJECT_FILE* new_OBJECT_FILE(const char* path, OF_ERROR_CALLBACK callback);
 
