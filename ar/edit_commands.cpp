@@ -17,29 +17,29 @@
 
 namespace {
 
-// A file's modification time and size as an archive member records them.
+// Whether a file exists, and its modification time and size as an archive
+// member records them: one status query answers all three.
 struct FILE_STATUS {
+    bool exists;
     int32_t date;
     int32_t size;
 };
 
-// Both are 0 when the file system cannot tell. A size beyond 32 bits is held
-// at the largest value, so that writing refuses it as too large instead of
-// storing a wrapped size.
+// A size beyond 32 bits is held at the largest value, so that writing
+// refuses it as too large instead of storing a wrapped size.
 FILE_STATUS file_status(const char* path) {
     struct stat info;
-    if (stat(path, &info) != 0)
-        return FILE_STATUS{0, 0};
+    if (path == nullptr || stat(path, &info) != 0)
+        return FILE_STATUS{false, 0, 0};
     int64_t size = info.st_size;
     if (size > INT32_MAX)
         size = INT32_MAX;
-    return FILE_STATUS{static_cast<int32_t>(info.st_mtime), static_cast<int32_t>(size)};
+    return FILE_STATUS{true, static_cast<int32_t>(info.st_mtime), static_cast<int32_t>(size)};
 }
 
-void add_one_file(AR_FILE* archive, const char* path, bool verbose) {
+void add_one_file(AR_FILE* archive, const char* path, const FILE_STATUS& status, bool verbose) {
     if (verbose)
         front_progress("add", path);
-    FILE_STATUS status = file_status(path);
     AR_MEMBER* member = archive->new_member(fn_basename(path), status.date, status.size, path);
     archive->add_member(member);
 }
@@ -49,9 +49,9 @@ void add_one_file(AR_FILE* archive, const char* path, bool verbose) {
 // file is missing stays as it is, and its entry still counts as dealt with.
 void replace_selected(AR_OPTIONS* options, AR_FILE* archive, AR_MEMBER* member,
                       const char* path) {
-    bool exists = fn_exists(path);
-    FILE_STATUS status = exists ? file_status(path) : FILE_STATUS{0, 0};
-    REPLACE_ACTION action = replace_action(exists, status.date, member->date, options->update != 0);
+    FILE_STATUS status = file_status(path);
+    REPLACE_ACTION action =
+        replace_action(status.exists, status.date, member->date, options->update != 0);
     if (action != REPLACE_FROM_FILE)
         return;
     if (options->verbose)
@@ -69,20 +69,20 @@ bool escapes_current_dir(const AR_MEMBER* member, const char* path) {
     return path == member->name && strchr(path, '/') != nullptr;
 }
 
+// The member is written in a few large pieces, so the output stream needs
+// no buffer of its own (sizing one would cost a status query per file).
 void extract_member(AR_FILE* archive, AR_MEMBER* member, const char* path, bool verbose) {
     FHM_FILE* output = escapes_current_dir(member, path) ? nullptr : fhm_open(path, "wb");
     if (output == nullptr)
         front_error_exit("cannot create '%s'", path);
-    FHM_FILE* input = archive->open_member(member);
+    setvbuf(output->fp(), nullptr, _IONBF, 0);
     if (verbose)
         front_progress("extract", path);
-    int result = input != nullptr ? copy_file(input, output, member->size, false)
-                                   : AR_FILE_READ_ERROR;
+    int result = archive->copy_member(member, output);
     if (result == AR_FILE_READ_ERROR)
         front_error_exit("read error");
     if (result == AR_WRITE_ERROR)
         front_error_exit("write error");
-    archive->close_member(member, input);
     if (fhm_close(output) != 0)
         front_error_exit("write error");
 }
@@ -94,9 +94,10 @@ void add_files(AR_OPTIONS* options, AR_FILE* archive) {
         printf("  ==>  new archive '%s'\n", options->archive);
     for (int i = 0; i < options->nfiles; i++) {
         const char* path = options->files[i];
-        if (path == nullptr || !fn_exists(path))
+        FILE_STATUS status = file_status(path);
+        if (!status.exists)
             continue;  // a missing file stays listed and is reported as not found
-        add_one_file(archive, path, options->verbose != 0);
+        add_one_file(archive, path, status, options->verbose != 0);
         options->files[i] = nullptr;
     }
     build_archive(archive, options);

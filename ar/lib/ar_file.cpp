@@ -25,17 +25,14 @@ AR_FILE::AR_FILE(const char* name, FHM_FILE* handle, AR_ERROR_CALLBACK callback)
       name_table_size_(0), first_symbol_(nullptr), last_symbol_(nullptr), symbol_count_(0),
       symbol_table_size_(0), symbol_data_(nullptr), long_name_size_(0), moved_aside_(0),
       output_live_(0), final_name_(nullptr), temp_name_(nullptr), output_(nullptr),
-      callback_(callback), input_buffer_(nullptr), output_buffer_(nullptr),
-      member_buffer_(nullptr), member_buffer_user_(nullptr), errors_(0)
+      callback_(callback), output_buffer_(nullptr), errors_(0)
 {
     name_ = zone_.strdup(name);
-    if (input_ == nullptr) {
-        // A missing archive is not an error here: it is a new, empty one.
-        input_ = fhm_open(name, "rb");
-        owns_input_ = input_ != nullptr;
-        if (owns_input_)
-            set_stream_buffer(input_, &input_buffer_, INPUT_BUFFER_SIZE);
-    }
+    // A missing archive is not an error here: it is a new, empty one.
+    if (input_ == nullptr)
+        set_input(fhm_open(name, "rb"), true);
+    else
+        set_input(input_, false);
 }
 
 AR_FILE::~AR_FILE()
@@ -150,13 +147,8 @@ FHM_FILE* AR_FILE::open_member(AR_MEMBER* member)
 {
     if (member->path != nullptr) {
         FHM_FILE* file = fhm_open(member->path, "rb");
-        if (file == nullptr) {
+        if (file == nullptr)
             set_error(AR_OPEN_ERROR, "Cannot open file: '%s'", member->path);
-        } else if (member_buffer_user_ == nullptr) {
-            // One member file at a time shares the buffer.
-            member_buffer_user_ = file;
-            set_stream_buffer(file, &member_buffer_, MEMBER_BUFFER_SIZE);
-        }
         return file;
     }
     if (input_ == nullptr)
@@ -172,9 +164,30 @@ void AR_FILE::close_member(AR_MEMBER* member, FHM_FILE* handle)
 {
     if (member->path == nullptr || handle == nullptr || handle == input_)
         return;
-    if (handle == member_buffer_user_)
-        member_buffer_user_ = nullptr;
     fhm_close(handle);
+}
+
+int AR_FILE::copy_member(AR_MEMBER* member, FHM_FILE* to)
+{
+    SOURCE source;
+    if (!open_source(member, &source))
+        return AR_FILE_READ_ERROR;
+    int result = copy_source(source, member->size, to);
+    close_source(source);
+    return result;
+}
+
+void AR_FILE::drop_pool()
+{
+    pool_blocks_.attach(nullptr);
+    pool_.clear();
+}
+
+void AR_FILE::set_input(FHM_FILE* file, bool owned)
+{
+    input_ = file;
+    owns_input_ = owned && file != nullptr;
+    input_blocks_.attach(file);
 }
 
 // The field is cleared before the stream is closed so that a signal handler
@@ -184,14 +197,92 @@ void AR_FILE::close_input_ar()
     FHM_FILE* input = input_;
     if (input == nullptr || !owns_input_)
         return;
-    input_ = nullptr;
-    owns_input_ = false;
+    set_input(nullptr, false);
     fhm_close(input);
 }
 
-// Positions the input. Walking an archive front to back mostly moves a
-// short way forward: that is done by reading through the stream's buffer,
-// since every seek costs a system call even within the buffer.
+// A member's contents: its file, opened here, or its stretch of the input
+// archive.
+bool AR_FILE::open_source(AR_MEMBER* member, SOURCE* source)
+{
+    *source = SOURCE();
+    if (member->path != nullptr) {
+        source->file = fhm_open(member->path, "rb");
+        if (source->file == nullptr)
+            set_error(AR_OPEN_ERROR, "Cannot open file: '%s'", member->path);
+        return source->file != nullptr;
+    }
+    source->file = input_;
+    source->offset = member->data_offset;
+    return input_ != nullptr;
+}
+
+// Brings a member's contents into memory for the index pass, where the
+// object-file reader finds them through the file's view: a member file is
+// read whole in one read and, when an archive is being written, kept for
+// the copy; a member of the input archive is read with the block around it.
+// A failed read of the input stops the member. What cannot be read whole
+// from a member file is read again where it is needed, which reports the
+// failure there, as an unreadable or shortened member file always has been.
+bool AR_FILE::read_ahead(AR_MEMBER* member, SOURCE* source)
+{
+    const unsigned char* bytes = nullptr;
+    if (member->size <= 0)
+        return true;
+    if (source->file == input_) {
+        if (input_blocks_.fetch(source->offset, size_t(member->size), &bytes) >= 0)
+            return true;
+        set_error(AR_FILE_READ_ERROR, "Cannot read file: '%s'", name_);
+        return false;
+    }
+    if (uint64_t(member->size) > WHOLE_READ_MAX)
+        return true;
+    file_blocks_.attach(source->file, member->size);
+    if (file_blocks_.fetch(0, size_t(member->size), &bytes) == long(member->size) &&
+        output_ != nullptr)
+        pool_.keep(final_name_, member, bytes, size_t(member->size));
+    return true;
+}
+
+// Only a member file was opened for its source.
+void AR_FILE::close_source(const SOURCE& source)
+{
+    if (source.file == nullptr || source.file == input_ || source.file == pool_.file())
+        return;
+    if (file_blocks_.file() == source.file)
+        file_blocks_.attach(nullptr);
+    fhm_close(source.file);
+}
+
+// Copies in blocks, each passed to the output in one call.
+int AR_FILE::copy_source(const SOURCE& source, int32_t size, FHM_FILE* to)
+{
+    FILE* out = to->fp();
+    if (out == nullptr)
+        return AR_WRITE_ERROR;
+    // The input and the pool are read on in large blocks from member to
+    // member; a member file is read no further than its member.
+    AR_BLOCK_READER* reader = &file_blocks_;
+    if (source.file == input_)
+        reader = &input_blocks_;
+    else if (source.file == pool_.file())
+        reader = &pool_blocks_;
+    reader->attach(source.file, reader == &file_blocks_ ? source.offset + size : -1);
+    for (int64_t done = 0; done < size;) {
+        const unsigned char* bytes = nullptr;
+        long n = reader->fetch(source.offset + done, size_t(size - done), &bytes);
+        if (n <= 0)
+            return AR_FILE_READ_ERROR;
+        if (fwrite(bytes, 1, size_t(n), out) != size_t(n))
+            return AR_WRITE_ERROR;
+        done += n;
+    }
+    return 0;
+}
+
+// Positions the input stream for a caller that reads a member through it.
+// Moving a short way forward is done by reading through the stream's
+// buffer, since every seek costs a system call even within the buffer.
 bool AR_FILE::seek_input(int64_t offset)
 {
     FILE* fp = input_ != nullptr ? input_->fp() : nullptr;

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "ar/lib/ar_block_reader.h"
+#include "ar/lib/ar_content_pool.h"
 #include "ar/lib/ar_member.h"
 #include "ar/lib/ar_symbol.h"
 #include "support/mzone.h"
@@ -31,6 +33,7 @@ enum AR_ERROR_CODE {
 };
 
 class AR_FILE;
+struct AR_LAYOUT;
 typedef void (*AR_ERROR_CALLBACK)(AR_FILE* archive, AR_ERROR_CODE code, const char* message);
 
 // One archive: its members as read, edited in memory, and written anew.
@@ -74,6 +77,9 @@ public:
     void delete_member(AR_MEMBER* member);
     FHM_FILE* open_member(AR_MEMBER* member);
     void close_member(AR_MEMBER* member, FHM_FILE* handle);
+    // Copies the member's contents to `to`, unpadded, from wherever they
+    // are; returns 0, or 3 or 4 as copy_file does.
+    int copy_member(AR_MEMBER* member, FHM_FILE* to);
     void close_input_ar();
     bool write_archive(AR_ABI abi);
     bool open_new_ar(AR_ABI abi);
@@ -101,13 +107,20 @@ public:
         __attribute__((format(printf, 3, 4)));
 
 private:
-    // Large stdio buffers: archives are read and written in long sequential
-    // runs, and a stream's default block-sized buffer costs a system call
-    // every few kilobytes. Member files get one too, which also spares each
-    // stream the status query it makes to size a buffer of its own.
-    static constexpr size_t INPUT_BUFFER_SIZE = 64 * 1024;
+    // Where a member's contents come from while the archive is rewritten: a
+    // stretch of the input archive, of the pool's file or of a member file.
+    struct SOURCE {
+        FHM_FILE* file = nullptr;
+        int64_t offset = 0;
+    };
+
+    // The output is written in long sequential runs; a stream's default
+    // block-sized buffer would cost a system call every few kilobytes.
     static constexpr size_t OUTPUT_BUFFER_SIZE = 256 * 1024;
-    static constexpr size_t MEMBER_BUFFER_SIZE = 16 * 1024;
+    // Member files up to one block are read whole by the index pass, in one
+    // read, and kept for the copy; larger ones are read where they are
+    // needed.
+    static constexpr size_t WHOLE_READ_MAX = AR_BLOCK_READER::BLOCK_SIZE;
 
     FHM_FILE* input_;
     bool owns_input_;
@@ -134,12 +147,15 @@ private:
     char* temp_name_;
     FHM_FILE* volatile output_;
     AR_ERROR_CALLBACK callback_;
-    char* input_buffer_;
     char* output_buffer_;
-    char* member_buffer_;
-    FHM_FILE* member_buffer_user_;        // the member file using member_buffer_
     int errors_;                          // failures reported through set_error
+    AR_BLOCK_READER input_blocks_;        // the input archive
+    AR_BLOCK_READER file_blocks_;         // the member file being read or copied
+    AR_CONTENT_POOL pool_;                // member files' contents kept for the copy
+    AR_BLOCK_READER pool_blocks_;
 
+    void set_input(FHM_FILE* file, bool owned);
+    void drop_pool();
     bool seek_input(int64_t offset);
     bool input_holds(int64_t offset, int64_t size);
     bool read_input(int32_t offset, void* data, int64_t size);
@@ -147,6 +163,11 @@ private:
     bool resolve_long_name(int64_t offset, AR_MEMBER* member);
     void append_symbol(char* name, AR_MEMBER* member, int32_t offset);
     bool contents_available();
+    void apply_layout(const AR_LAYOUT& layout, bool with_index);
+    bool open_source(AR_MEMBER* member, SOURCE* source);
+    bool read_ahead(AR_MEMBER* member, SOURCE* source);
+    void close_source(const SOURCE& source);
+    int copy_source(const SOURCE& source, int32_t size, FHM_FILE* to);
     bool move_old_archive_aside();
     bool create_new_archive();
     bool write_members();

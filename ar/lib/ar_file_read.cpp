@@ -60,11 +60,20 @@ bool AR_FILE::input_holds(int64_t offset, int64_t size)
     return offset >= 0 && size >= 0 && offset <= st.st_size && st.st_size - offset >= size;
 }
 
+// The input is read in blocks with positioned reads, never through the
+// stream's position.
 bool AR_FILE::read_input(int32_t offset, void* data, int64_t size)
 {
-    if (!seek_input(offset))
-        return false;
-    return fread(data, 1, size_t(size), input_->fp()) == size_t(size);
+    unsigned char* out = static_cast<unsigned char*>(data);
+    for (int64_t done = 0; done < size;) {
+        const unsigned char* bytes = nullptr;
+        long n = input_blocks_.fetch(int64_t(offset) + done, size_t(size - done), &bytes);
+        if (n <= 0)
+            return false;
+        memcpy(out + done, bytes, size_t(n));
+        done += n;
+    }
+    return true;
 }
 
 bool AR_FILE::read_headers(bool read_symbols)
@@ -110,15 +119,16 @@ void AR_FILE::create_toc()
 
 AR_MEMBER* AR_FILE::read_member_header(int32_t offset)
 {
-    FILE* fp = seek_input(offset) ? input_->fp() : nullptr;
     AR_HEADER header;
-    size_t got = fp != nullptr ? fread(&header, 1, sizeof header, fp) : 0;
-    if (got == 0 && fp != nullptr && !ferror(fp))
+    const unsigned char* bytes = nullptr;
+    long got = input_blocks_.fetch(offset, sizeof header, &bytes);
+    if (got == 0)
         return nullptr;  // the end of the archive
-    if (got < sizeof header) {
+    if (got < long(sizeof header)) {
         set_error(AR_READ_ERROR, "Cannot read member header: '%s'", name_);
         return nullptr;
     }
+    memcpy(&header, bytes, sizeof header);
     char name[AR_NAME_WIDTH + 1];
     ar_field_text(header.name, name);
     trim_trailing_blanks(name);
@@ -243,7 +253,5 @@ bool AR_FILE::read_symbol_table(AR_MEMBER* member)
 
 int32_t AR_FILE::skip_contents(AR_MEMBER* member)
 {
-    int64_t next = int64_t(member->data_offset) + ar_padded(member->size);
-    seek_input(next);
-    return int32_t(next);
+    return int32_t(int64_t(member->data_offset) + ar_padded(member->size));
 }

@@ -12,6 +12,7 @@
 
 #include "ar/lib/ar_file.h"
 #include "ar/lib/ar_header.h"
+#include "ar/lib/ar_layout.h"
 #include "support/fhm_file.h"
 #include "support/file_names.h"
 
@@ -106,9 +107,7 @@ bool AR_FILE::move_old_archive_aside()
         set_error(AR_CREATE_ERROR, "Cannot create archive: '%s'", name_);
         return false;
     }
-    owns_input_ = true;
-    input_ = input;
-    set_stream_buffer(input_, &input_buffer_, INPUT_BUFFER_SIZE);
+    set_input(input, true);
     return true;
 }
 
@@ -132,25 +131,27 @@ bool AR_FILE::create_new_archive()
     return true;
 }
 
-// Long names are numbered by their place in the table: the NU table starts
-// with a "\n" so that its first name is at 1 and 0 can mean "no long name";
-// the POSIX table starts at 0.
 void AR_FILE::calculate_long_name_offsets()
 {
-    long_name_size_ = 0;
-    if (format_ == AR_ABI_ORIGINAL)
-        return;
-    int64_t offset = format_ == AR_ABI_NU_LONG_NAME ? 1 : 0;
-    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
-        size_t len = strlen(m->name);
-        m->long_name_offset = 0;
-        if (len >= AR_LONG_NAME_MIN) {
-            m->long_name_offset = int32_t(offset);
-            offset += int64_t(len) + 2;  // the name, "/" and "\n"
-        }
+    apply_layout(ar_layout(first_member_, nullptr, format_), false);
+}
+
+// Gives the members their long-name offsets and, with the index, their
+// header offsets, and the index entries the offsets of their members.
+void AR_FILE::apply_layout(const AR_LAYOUT& layout, bool with_index)
+{
+    long_name_size_ = int32_t(layout.long_name_size);
+    size_t i = 0;
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next, ++i) {
+        m->long_name_offset = int32_t(layout.long_name_offsets[i]);
+        if (with_index)
+            m->header_offset = int32_t(layout.header_offsets[i]);
     }
-    if (offset >= 2)
-        long_name_size_ = int32_t(offset);
+    if (!with_index)
+        return;
+    symbol_table_size_ = int32_t(layout.index_size);
+    for (AR_SYMBOL* s = first_symbol_; s != nullptr; s = s->next)
+        s->offset = s->member->header_offset;
 }
 
 const char* AR_FILE::format_member_name(const AR_MEMBER* member, char* field) const
@@ -187,10 +188,14 @@ bool AR_FILE::write_header(const AR_MEMBER* member)
         uid = member->long_name_offset;
     }
     char field[AR_NAME_TEXT_SIZE];
-    char text[2 * AR_HEADER_SIZE];
-    int n = snprintf(text, sizeof text, AR_HEADER_FORMAT, format_member_name(member, field),
-                     long(member->date), uid, 0, 0u, long(member->size), AR_HEADER_END);
-    if (n != int(AR_HEADER_SIZE) || write_bytes(text, AR_HEADER_SIZE) != n) {
+    const char* name = format_member_name(member, field);
+    AR_HEADER header;
+    bool fits = ar_put_text(header.name, name, strlen(name)) &&
+                ar_put_number(header.date, member->date) && ar_put_number(header.uid, uid) &&
+                ar_put_number(header.gid, 0) && ar_put_number(header.mode, 0, 8) &&
+                ar_put_number(header.size, member->size);
+    memcpy(header.end, AR_HEADER_END, AR_END_WIDTH);
+    if (!fits || write_bytes(&header, sizeof header) != int64_t(sizeof header)) {
         set_error(AR_WRITE_ERROR, "Cannot write archive: '%s'", final_name_);
         return false;
     }
@@ -267,27 +272,35 @@ bool AR_FILE::write_members()
         if (!write_member(m))
             return false;
     }
+    drop_pool();
     return true;
 }
 
+// The contents come from the pool's file, where the index pass kept them,
+// else from the member file or the input archive.
 bool AR_FILE::write_member(AR_MEMBER* member)
 {
     if (member->size == 0)
         return write_header(member);
     int before = errors_;
-    FHM_FILE* contents = open_member(member);
-    if (contents == nullptr) {
+    SOURCE source;
+    source.offset = pool_.take(member);
+    if (source.offset >= 0)
+        source.file = pool_.file();
+    else if (!open_source(member, &source)) {
         // Neither a source file nor an input archive to copy from.
         if (errors_ == before)
             set_error(AR_FILE_READ_ERROR, "Cannot read file: '%s'", member->name);
         return false;
     }
     if (!write_header(member)) {
-        close_member(member, contents);
+        close_source(source);
         return false;
     }
-    int result = copy_file(contents, output_, member->size, true);
-    close_member(member, contents);
+    int result = copy_source(source, member->size, output_);
+    if (result == 0 && (member->size & 1) != 0 && write_bytes("\n", 1) != 1)
+        result = AR_WRITE_ERROR;
+    close_source(source);
     if (result != 0) {
         set_error(AR_ERROR_CODE(result), "Error writing archive");
         return false;
@@ -333,6 +346,7 @@ void AR_FILE::remove_old_archive()
 // back is a plain rename. Each step is safe to repeat.
 void AR_FILE::restore_files()
 {
+    pool_.restore_files();
     if (output_live_) {
         unlink(final_name_);
         output_live_ = 0;
@@ -355,4 +369,5 @@ void AR_FILE::cleanup()
     if (output != nullptr)
         fhm_close(output);
     close_input_ar();
+    drop_pool();
 }

@@ -20,7 +20,8 @@ constexpr size_t AR_SIZE_WIDTH = 10;
 constexpr size_t AR_END_WIDTH = 2;
 
 // The 60-byte text header in front of every member. Numbers are decimal
-// (mode octal), left-justified and blank-padded; nothing is terminated.
+// (mode octal), left-justified and blank-padded; nothing is terminated. The
+// writer fills the fields with ar_put_text and ar_put_number.
 struct AR_HEADER {
     char name[AR_NAME_WIDTH];  // member name, "/" terminated, or a special or "/offset" name
     char date[AR_DATE_WIDTH];  // modification time, seconds since 1970 UTC
@@ -34,10 +35,6 @@ static_assert(sizeof(AR_HEADER) == 60, "archive member header must be 60 bytes")
 constexpr size_t AR_HEADER_SIZE = sizeof(AR_HEADER);
 
 constexpr char AR_HEADER_END[] = "`\n";
-
-// The writer's header layout: name, date, uid, gid, mode, size, terminator.
-// Every argument must fit its width so that exactly 60 characters come out.
-constexpr char AR_HEADER_FORMAT[] = "%-16s%-12ld%-6d%-6d%-8o%-10ld%-2s";
 
 // Special member names.
 constexpr char AR_SYMBOL_TABLE_NAME[] = "/";
@@ -91,6 +88,35 @@ inline bool ar_field_number(const char (&field)[N], int32_t* value)
         parsed = INT32_MIN;
     *value = static_cast<int32_t>(parsed);
     return true;
+}
+
+// Puts len characters of text into a header field, left-justified and
+// blank-padded; false when they do not fit.
+template <size_t N>
+inline bool ar_put_text(char (&field)[N], const char* text, size_t len)
+{
+    if (len > N)
+        return false;
+    memcpy(field, text, len);
+    memset(field + len, ' ', N - len);
+    return true;
+}
+
+// Puts a number into a header field in the given base, with a "-" when it
+// is negative, left-justified and blank-padded; false when it does not fit.
+template <size_t N>
+inline bool ar_put_number(char (&field)[N], int64_t value, unsigned base = 10)
+{
+    char digits[24];
+    size_t start = sizeof digits;
+    uint64_t rest = value < 0 ? 0 - uint64_t(value) : uint64_t(value);
+    do {
+        digits[--start] = char('0' + rest % base);
+        rest /= base;
+    } while (rest != 0);
+    if (value < 0)
+        digits[--start] = '-';
+    return ar_put_text(field, digits + start, sizeof digits - start);
 }
 
 // Data is padded to an even length.

@@ -6,6 +6,7 @@
 
 #include "ar/lib/ar_file.h"
 #include "ar/lib/ar_header.h"
+#include "ar/lib/ar_layout.h"
 #include "ofe/object_file.h"
 #include "ofe/of_symbol.h"
 #include "ofe/of_symbol_table.h"
@@ -23,12 +24,12 @@ bool is_indexed(OFE::OF_SYMBOL* symbol)
 
 // The member's contents seen as an object file, or null when they are none
 // (including an empty member).
-OFE::OBJECT_FILE* object_at(FHM_FILE* contents, const AR_MEMBER* member)
+OFE::OBJECT_FILE* object_at(FHM_FILE* file, int64_t offset, const AR_MEMBER* member)
 {
     if (member->size <= 0)
         return nullptr;
-    return OFE::OBJECT_FILE::new_OBJECT_FILE(contents, (unsigned long)member->size, nullptr,
-                                             nullptr);
+    return OFE::OBJECT_FILE::new_OBJECT_FILE(file, (unsigned long)offset,
+                                             (unsigned long)member->size, nullptr, nullptr);
 }
 
 }  // namespace
@@ -40,37 +41,33 @@ void AR_FILE::build_symbol_table()
     symbol_count_ = 0;
     symbol_table_size_ = 0;
     symbol_data_ = nullptr;
+    drop_pool();
+    size_t count = 0;
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next)
+        ++count;
+    pool_.reserve(count);
     for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next)
         find_symbols(m);
     if (symbol_table_size_ == 0)
         return;
-    symbol_table_size_ += 4;  // the count word
-    // Lay out the new archive: magic, index, long-name table, then members,
-    // each header at an even offset.
-    int64_t offset = int64_t(AR_MAGIC_SIZE) + int64_t(AR_HEADER_SIZE) +
-                     ar_padded(symbol_table_size_);
-    if (long_name_size_ != 0)
-        offset += int64_t(AR_HEADER_SIZE) + ar_padded(long_name_size_);
-    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
-        m->header_offset = int32_t(offset);
-        offset += int64_t(AR_HEADER_SIZE) + ar_padded(m->size);
-    }
-    for (AR_SYMBOL* s = first_symbol_; s != nullptr; s = s->next)
-        s->offset = s->member->header_offset;
+    apply_layout(ar_layout(first_member_, first_symbol_, format_), true);
 }
 
 // A member that cannot be opened or is no object file adds nothing; opening
-// has already reported its own failure.
+// has already reported its own failure. Its contents are read in memory
+// first; the bytes of a member file may stay there for the copy.
 void AR_FILE::find_symbols(AR_MEMBER* member)
 {
-    FHM_FILE* contents = open_member(member);
-    if (contents == nullptr)
+    SOURCE source;
+    if (!open_source(member, &source))
         return;
-    if (OFE::OBJECT_FILE* object = object_at(contents, member)) {
-        scan_symbols(member, object);
-        delete object;
+    if (read_ahead(member, &source)) {
+        if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, member)) {
+            scan_symbols(member, object);
+            delete object;
+        }
     }
-    close_member(member, contents);
+    close_source(source);
 }
 
 void AR_FILE::scan_symbols(AR_MEMBER* member, OFE::OBJECT_FILE* object_file)
@@ -109,14 +106,14 @@ void AR_FILE::append_symbol(char* name, AR_MEMBER* member, int32_t offset)
 
 int AR_FILE::member_format(AR_MEMBER* member)
 {
-    FHM_FILE* contents = open_member(member);
-    if (contents == nullptr)
+    SOURCE source;
+    if (!open_source(member, &source))
         return 0;
     int format = 0;
-    if (OFE::OBJECT_FILE* object = object_at(contents, member)) {
+    if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, member)) {
         format = object->format();
         delete object;
     }
-    close_member(member, contents);
+    close_source(source);
     return format;
 }

@@ -1,0 +1,51 @@
+#include "ar/lib/ar_block_reader.h"
+
+#include <cstdlib>
+
+#include "support/fhm_file.h"
+#include "support/safe_alloc.h"
+
+AR_BLOCK_READER::~AR_BLOCK_READER()
+{
+    attach(nullptr);
+    free(block_);
+}
+
+void AR_BLOCK_READER::attach(FHM_FILE* file, int64_t end)
+{
+    end_ = end;
+    if (file == file_)
+        return;
+    if (file_ != nullptr)
+        file_->clear_view();
+    file_ = file;
+    length_ = 0;
+}
+
+long AR_BLOCK_READER::fetch(int64_t offset, size_t size, const unsigned char** bytes)
+{
+    if (size > BLOCK_SIZE)
+        size = BLOCK_SIZE;
+    if (file_ == nullptr || offset < 0)
+        return -1;
+    const bool held = offset >= start_ && uint64_t(offset - start_) <= length_ &&
+                      length_ - size_t(offset - start_) >= size;
+    if (!held) {
+        if (block_ == nullptr)
+            block_ = static_cast<unsigned char*>(safemalloc(BLOCK_SIZE));
+        file_->clear_view();
+        length_ = 0;
+        size_t want = BLOCK_SIZE;
+        if (end_ >= 0 && end_ - offset < int64_t(want))
+            want = end_ > offset ? size_t(end_ - offset) : 0;
+        const long got = want > 0 ? file_->read_at(block_, want, uint64_t(offset)) : 0;
+        if (got < 0)
+            return -1;
+        start_ = offset;
+        length_ = size_t(got);
+        file_->set_view(block_, uint64_t(start_), length_);
+    }
+    const size_t at = size_t(offset - start_);
+    *bytes = block_ + at;
+    return long(length_ - at < size ? length_ - at : size);
+}
