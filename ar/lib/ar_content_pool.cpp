@@ -4,9 +4,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "support/fhm_file.h"
-#include "support/file_names.h"
 #include "support/safe_alloc.h"
 
 AR_CONTENT_POOL::~AR_CONTENT_POOL()
@@ -17,7 +17,7 @@ AR_CONTENT_POOL::~AR_CONTENT_POOL()
 bool AR_CONTENT_POOL::keep(const char* beside, const AR_MEMBER* member,
                            const unsigned char* bytes, size_t size)
 {
-    if (failed_ || BOUND - size_ < int64_t(size) || (file_ == nullptr && !make_file(beside)))
+    if (failed_ || bound_ - size_ < int64_t(size) || (file_ == nullptr && !make_file(beside)))
         return false;
     FILE* fp = file_->fp();
     if (fp == nullptr || fwrite(bytes, 1, size, fp) != size) {
@@ -30,29 +30,35 @@ bool AR_CONTENT_POOL::keep(const char* beside, const AR_MEMBER* member,
     return true;
 }
 
-// The name is taken away at once: nothing is left behind whatever happens
-// next, and a signal in between finds the flag set and removes it. The
-// handle is locked, since a file without a name could not be reopened after
-// an eviction.
+// The file is made under the archive's name with the process id and
+// ".pool" added, exclusively, so that no file of anyone else's is ever
+// touched, and its name is taken away at once: nothing is left behind
+// whatever happens next, and a signal in between finds the flag set and
+// removes it. The handle is locked, since a file without a name could not
+// be reopened after an eviction.
 bool AR_CONTENT_POOL::make_file(const char* beside)
 {
-    char* dir = nullptr;
-    fn_split(beside, &dir, nullptr, nullptr);
-    name_ = fn_tmpnam(nullptr, "AR", dir);
-    named_ = 1;
-    file_ = fhm_open(name_, "w+b");
-    unlink(name_);
-    named_ = 0;
+    failed_ = true;
+    if (beside == nullptr)
+        return false;
+    size_t room = strlen(beside) + NAME_TAIL_ROOM;
+    name_ = static_cast<char*>(safemalloc(room));
+    snprintf(name_, room, "%s.%ld.pool", beside, long(getpid()));
+    file_ = fhm_open(name_, "w+bx");
+    if (file_ != nullptr) {
+        named_ = 1;
+        unlink(name_);
+        named_ = 0;
+    }
     free(name_);
     name_ = nullptr;
     FILE* fp = file_ != nullptr ? file_->fp() : nullptr;
-    if (fp == nullptr) {
-        failed_ = true;
+    if (fp == nullptr)
         return false;
-    }
     file_->lock(true);
     buffer_ = static_cast<char*>(safemalloc(BUFFER_SIZE));
     setvbuf(fp, buffer_, _IOFBF, BUFFER_SIZE);
+    failed_ = false;
     return true;
 }
 

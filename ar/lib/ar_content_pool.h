@@ -12,16 +12,16 @@ struct AR_MEMBER;
 // Member contents read whole by the index pass and kept for the copy that
 // follows, so that each member file is read once per rewrite. They are kept
 // in a temporary file beside the archive that loses its name as soon as it is
-// open: the bytes wait in the system's file cache, not in this process, so
+// made: the bytes wait in the system's file cache, not in this process, so
 // memory stays the same whatever the library's size (and fresh memory costs a
 // page fault for every 4 KiB, which the cache does not). The pool is bounded:
 // a member that does not fit, or any member once the file cannot be made or
 // written, is not kept, and the copy reads it again from its own file.
 class AR_CONTENT_POOL {
 public:
-    static constexpr int64_t BOUND = int64_t(32) << 20;
+    static constexpr int64_t DEFAULT_BOUND = int64_t(32) << 20;
 
-    AR_CONTENT_POOL() = default;
+    explicit AR_CONTENT_POOL(int64_t bound = DEFAULT_BOUND) : bound_(bound) {}
     ~AR_CONTENT_POOL();
     AR_CONTENT_POOL(const AR_CONTENT_POOL&) = delete;
     AR_CONTENT_POOL& operator=(const AR_CONTENT_POOL&) = delete;
@@ -45,9 +45,11 @@ public:
 
 private:
     static constexpr size_t BUFFER_SIZE = 128 * 1024;
+    static constexpr size_t NAME_TAIL_ROOM = 32;   // ".", a process id, ".pool", NUL
 
     bool make_file(const char* beside);
 
+    int64_t bound_;                       // bytes the file may hold
     FHM_FILE* file_ = nullptr;
     bool failed_ = false;                 // the file could not be made or written
     char* name_ = nullptr;                // its name while it has one

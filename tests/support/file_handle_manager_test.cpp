@@ -139,6 +139,55 @@ TEST_F(ManagedFiles, DescriptorShortageEvictsAndRetries) {
     EXPECT_EXIT(_exit(open_twelve_with_few_descriptors(names)), testing::ExitedWithCode(0), "");
 }
 
+// Positioned reads, of a file that is evicted and reopened in between, and
+// of a view lent over part of it.
+TEST_F(ManagedFiles, PositionedReadsLeaveTheStreamWhereItWas) {
+    FILE_HANDLE_MANAGER manager;
+    FHM_FILE* file = manager.open(names[0].c_str(), "rb");
+    ASSERT_EQ(read_pair(file, 'a'), 0);
+    unsigned char bytes[4];
+    ASSERT_EQ(file->read_at(bytes, 4, 10), 4);
+    EXPECT_EQ(std::string(bytes, bytes + 4), std::string("a\5a\6", 4));
+    EXPECT_EQ(file->read_at(bytes, 4, 126), 2);   // the file has 128 bytes
+    EXPECT_EQ(file->read_at(bytes, 4, 200), 0);
+    std::vector<FHM_FILE*> others = open_files(manager, 12);
+    ASSERT_FALSE(file->is_open());
+    ASSERT_EQ(file->read_at(bytes, 2, 20), 2);
+    EXPECT_EQ(bytes[1], 10);
+    EXPECT_EQ(read_pair(file, 'a'), 1);
+
+    const unsigned char lent[] = "WXYZ";
+    file->set_view(lent, 10, 4);
+    ASSERT_EQ(file->read_at(bytes, 2, 11), 2);
+    EXPECT_EQ(std::string(bytes, bytes + 2), "XY");
+    ASSERT_EQ(file->read_at(bytes, 4, 12), 4);   // not wholly in the view
+    EXPECT_EQ(bytes[1], 6);
+    file->clear_view();
+    ASSERT_EQ(file->read_at(bytes, 1, 10), 1);
+    EXPECT_EQ(bytes[0], 'a');
+    EXPECT_EQ(read_pair(file, 'a'), 2);
+    close_all(others);
+    EXPECT_EQ(fhm_close(file), 0);
+}
+
+// Output still in the stream's buffer is flushed before a positioned read;
+// a stream that cannot be read refuses.
+TEST_F(ManagedFiles, PositionedReadsSeeWhatWasWritten) {
+    FILE_HANDLE_MANAGER manager;
+    FHM_FILE* update = manager.open(scratch.path("update").c_str(), "w+b");
+    FHM_FILE* write_only = manager.open(scratch.path("write").c_str(), "wb");
+    FHM_FILE* append = manager.open(scratch.path("append").c_str(), "ab");
+    char bytes[8] = {};
+    for (FHM_FILE* file : {update, write_only, append})
+        fputs("hello", file->fp());
+    EXPECT_EQ(update->read_at(bytes, sizeof bytes, 0), 5);
+    EXPECT_STREQ(bytes, "hello");
+    EXPECT_EQ(write_only->read_at(bytes, 5, 0), -1);
+    EXPECT_EQ(append->read_at(bytes, 5, 0), -1);
+    for (FHM_FILE* file : {update, write_only, append})
+        EXPECT_EQ(fhm_close(file), 0);
+}
+
 TEST(FhmTest, StandardStreamsAreNeverClosed) {
     EXPECT_EQ(fhm_stdin()->fp(), stdin);
     EXPECT_STREQ(fhm_stderr()->name(), "(stderr)");

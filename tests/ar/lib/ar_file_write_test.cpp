@@ -87,6 +87,44 @@ TEST_F(ArchiveWrite, HeaderLimits)
     EXPECT_TRUE(entries().empty());
 }
 
+// Members kept from the old archive and from files, small enough to be read
+// whole or larger than a block, odd and empty, are copied byte for byte,
+// and nothing but the archive is left beside the files. Extraction copies
+// from the archive the same way.
+TEST_F(ArchiveWrite, CopiesMembersFromEverySource)
+{
+    const size_t block = AR_BLOCK_READER::BLOCK_SIZE;
+    std::string big_old(block + 3, 'o'), big_new(2 * block + 1, 'n');
+    big_old[block] = big_new[block] = '|';
+    write("lib.a", B().member("kept.o", "kept", 1).member("big_old.bin", big_old, 2).bytes());
+    auto ar = open_archive("lib.a");
+    const struct {
+        const char* name;
+        std::string data;
+    } files[] = {{"small.o", "small"}, {"big_new.bin", big_new}, {"empty.o", ""}};
+    for (const auto& f : files)
+        ar->add_member(ar->new_member(f.name, 3, int32_t(f.data.size()), write(f.name, f.data).c_str()));
+    ASSERT_TRUE(ar->write_archive(AR_ABI_POSIX));
+    EXPECT_TRUE(recorded_errors().empty());
+    B expected;
+    expected.member("kept.o", "kept", 1).member("big_old.bin", big_old, 2);
+    for (const auto& f : files)
+        expected.member(f.name, f.data, 3);
+    EXPECT_EQ(read("lib.a"), expected.bytes());
+    EXPECT_EQ(entries(), (std::set<std::string>{"lib.a", "small.o", "big_new.bin", "empty.o"}));
+
+    ar = open_archive("lib.a");
+    const std::string contents[] = {"kept", big_old, "small", big_new, ""};
+    size_t i = 0;
+    for (AR_MEMBER* m = ar->first_member(); m != nullptr; m = m->next, ++i) {
+        FHM_FILE* out = fhm_open(path("out").c_str(), "wb");
+        EXPECT_EQ(ar->copy_member(m, out), 0);
+        fhm_close(out);
+        EXPECT_EQ(read("out"), contents[i]) << m->name;
+    }
+    EXPECT_EQ(i, 5u);
+}
+
 // A member file that cannot be opened, or is shorter than its recorded size,
 // stops the rewrite; cleanup or abandoning the archive puts the old archive
 // back byte for byte and leaves no other file behind.
