@@ -71,17 +71,28 @@ inline void ar_field_text(const char (&field)[N], char (&text)[N + 1])
 }
 
 // Parses a decimal header field the way "%ld" would on the 32-bit host the
-// format was designed on: leading blanks skipped, a sign allowed, at least
-// one digit required, values clamped to the 32-bit range.
+// format was designed on: leading white space skipped, a sign allowed, at
+// least one digit required, the number ending at the first other character
+// (a NUL included), values clamped to the 32-bit range. A field holds at
+// most 16 digits, which no 64-bit sum overflows.
 template <size_t N>
 inline bool ar_field_number(const char (&field)[N], int32_t* value)
 {
-    char text[N + 1];
-    ar_field_text(field, text);
-    char* end = nullptr;
-    long long parsed = strtoll(text, &end, 10);
-    if (end == text)
+    static_assert(N <= 16, "the digits must fit 64 bits");
+    size_t i = 0;
+    while (i < N && field[i] != '\0' && strchr(" \t\n\v\f\r", field[i]) != nullptr)
+        ++i;
+    bool negative = i < N && field[i] == '-';
+    if (i < N && (field[i] == '-' || field[i] == '+'))
+        ++i;
+    size_t first_digit = i;
+    int64_t parsed = 0;
+    for (; i < N && field[i] >= '0' && field[i] <= '9'; ++i)
+        parsed = parsed * 10 + (field[i] - '0');
+    if (i == first_digit)
         return false;
+    if (negative)
+        parsed = -parsed;
     if (parsed > INT32_MAX)
         parsed = INT32_MAX;
     if (parsed < INT32_MIN)

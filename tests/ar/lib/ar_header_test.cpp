@@ -47,4 +47,30 @@ TEST(ArchiveHeaderFields, WhatDoesNotFitIsRefused)
     EXPECT_FALSE(ar_put_text(h.name, "seventeen_chars_x", 17));
 }
 
+// Reading a number field: blanks, a sign, digits up to the first other
+// character; nothing without a digit; clamped to 32 bits.
+TEST(ArchiveHeaderFields, NumberFieldsReadAsTheFormatWasWritten)
+{
+    const struct {
+        std::string text;   // the 12 characters of a date field
+        bool ok;
+        int32_t value;
+    } cases[] = {
+        {"42          ", true, 42},          {"  \t+7       ", true, 7},
+        {"-3          ", true, -3},          {"12ab        ", true, 12},
+        {std::string("1\0" "2         ", 12), true, 1},
+        {"99999999999 ", true, INT32_MAX},   {"-99999999999", true, INT32_MIN},
+        {"000000000017", true, 17},          {"            ", false, 0},
+        {"-           ", false, 0},          {"x1          ", false, 0},
+        {"- 1         ", false, 0},
+    };
+    for (const auto& c : cases) {
+        AR_HEADER h;
+        memcpy(h.date, c.text.data(), sizeof h.date);
+        int32_t value = -777;
+        EXPECT_EQ(ar_field_number(h.date, &value), c.ok) << c.text;
+        EXPECT_EQ(value, c.ok ? c.value : -777) << c.text;
+    }
+}
+
 }  // namespace
