@@ -1,6 +1,7 @@
 #ifndef ARWREN_OFE_OF_SECTION_H
 #define ARWREN_OFE_OF_SECTION_H
 
+#include "ofe/of_name.h"
 #include "ofe/of_state_machine.h"
 
 class DATA_MAP;
@@ -19,14 +20,14 @@ public:
     virtual bool initialized() = 0;     // the contents are stored in the file
     virtual DATA_MAP& contents() = 0;
 
-    const char* name() const { return name_; }
+    const char* name() const { return name_.get(); }
     int set_name(const char* name);     // a private copy; null stays null
     // Bytes in one addressable unit of the section's memory.
     unsigned long unit_size() const { return unit_size_; }
     void set_unit_size(unsigned long bytes) { unit_size_ = bytes; }
 
 private:
-    char* name_;
+    OF_NAME name_;
     unsigned long unit_size_;
 };
 

@@ -1,14 +1,9 @@
 #include "ofe/of_symbol.h"
 
-#include <cstdlib>
-
 #include "ofe/object_file.h"
 #include "ofe/of_section_table.h"
-#include "support/file_names.h"
 
 namespace OFE {
-
-OF_SYMBOL::~OF_SYMBOL() { free(name_); }
 
 OF_SECTION* OF_SYMBOL::section() {
     if (!refs_section() || !owner_ || !owner_->owner())
@@ -24,8 +19,7 @@ void OF_SYMBOL::set_alias(bool alias) {
 int OF_SYMBOL::set_name(const char* name) {
     if (owner_ && owner_->max_state(OF_STATE_OPEN) != 0)
         return -1;
-    free(name_);
-    name_ = name ? fn_realname(name) : nullptr;
+    name_.set(name);
     return 0;
 }
 

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "ofe/of_name.h"
+
 namespace OFE {
 
 class OF_SECTION;
@@ -40,8 +42,8 @@ class OF_SYMBOL {
 public:
     // owner is the table whose state guards edits of the symbol.
     explicit OF_SYMBOL(OF_STATE_MACHINE* owner)
-        : name_(nullptr), owner_(owner), resolved_by_(nullptr), flags_(0) {}
-    virtual ~OF_SYMBOL();
+        : owner_(owner), resolved_by_(nullptr), flags_(0) {}
+    virtual ~OF_SYMBOL() {}
     OF_SYMBOL(const OF_SYMBOL&) = delete;
     OF_SYMBOL& operator=(const OF_SYMBOL&) = delete;
 
@@ -58,7 +60,7 @@ public:
     virtual OF_SYMBOL* resolved_by() { return resolved_by_; }
     virtual void set_resolved_by(OF_SYMBOL* resolver) { resolved_by_ = resolver; }
 
-    const char* name() const { return name_; }
+    const char* name() const { return name_.get(); }
     int set_name(const char* name);   // a private copy; null stays null
 
     static const char* kind_name(int kind);
@@ -71,7 +73,7 @@ protected:
 private:
     static const uint8_t kAlias = 1;
 
-    char* name_;
+    OF_NAME name_;
     OF_STATE_MACHINE* owner_;
     OF_SYMBOL* resolved_by_;
     uint8_t flags_;
