@@ -67,8 +67,9 @@ class Workload:
         self.llvm_limit, self.cat_limit = llvm_limit, cat_limit
         self.median, self.rss, self.once = {}, {}, set()
 
-    def measure(self, rounds):
-        samples = {tool: [] for tool in self.runs}
+    def first_runs(self):
+        """Runs every tool once, untimed unless slow, for its peak RSS."""
+        self.samples = {tool: [] for tool in self.runs}
         for tool, run in self.runs.items():
             if run.prepare:
                 run.prepare()
@@ -77,18 +78,21 @@ class Workload:
             first = time.perf_counter() - start
             self.rss[tool] = int(stderr.decode().strip().splitlines()[-1]) / 1024.0
             if first > SLOW_SECONDS:
-                samples[tool].append(first)
+                self.samples[tool].append(first)
                 self.once.add(tool)
+
+    def timed_round(self, r):
         order = [tool for tool in self.runs if tool not in self.once]
-        for r in range(rounds):
-            for tool in order[r % len(order):] + order[:r % len(order)]:
-                run = self.runs[tool]
-                if run.prepare:
-                    run.prepare()
-                start = time.perf_counter()
-                run()
-                samples[tool].append(time.perf_counter() - start)
-        self.median = {tool: statistics.median(v) for tool, v in samples.items()}
+        for tool in order[r % len(order):] + order[:r % len(order)]:
+            run = self.runs[tool]
+            if run.prepare:
+                run.prepare()
+            start = time.perf_counter()
+            run()
+            self.samples[tool].append(time.perf_counter() - start)
+
+    def report_line(self):
+        self.median = {tool: statistics.median(v) for tool, v in self.samples.items()}
         line = "%-40s" % self.title
         for tool in TOOLS:
             if tool in self.median:
@@ -101,6 +105,18 @@ class Workload:
         if other not in self.median or self.median[other] == 0:
             return None
         return self.median["arwren"] / self.median[other]
+
+
+def measure(group, rounds):
+    """Measures workloads together: their rounds interleave, so that the
+    machine's drift hits each of them alike (growth is a ratio of two)."""
+    for w in group:
+        w.first_runs()
+    for r in range(rounds):
+        for i in range(len(group)):
+            group[(r + i) % len(group)].timed_round(r)
+    for w in group:
+        w.report_line()
 
 
 # --- members -----------------------------------------------------------------
@@ -226,7 +242,8 @@ def edit_workloads(arwren, work, tag, src, names):
 
 
 def plan(arwren, work, only):
-    """Yields the workloads in order, making each one's members just before."""
+    """Yields the workloads in order, making each one's members just before;
+    a list is a group to be measured together."""
     def wanted(key):
         return only is None or only in key
 
@@ -249,8 +266,10 @@ def plan(arwren, work, only):
         yield from edit_workloads(arwren, work, "e20000", src, names)
     if wanted("growth"):
         names = write_members(src, elf, 32000)
-        for n, limits in ((2000, {}), (8000, {}), (32000, dict(llvm_limit=0.7, cat_limit=1.3))):
-            yield create("create %d" % n, arwren, work, "e%d" % n, src, names[:n], **limits)
+        yield create("create 2000", arwren, work, "e2000", src, names[:2000])
+        yield [create("create 8000", arwren, work, "e8000", src, names[:8000]),
+               create("create 32000", arwren, work, "e32000", src, names,
+                      llvm_limit=0.7, cat_limit=1.3)]
     nucoff = generator("nucoff_members")
     if nucoff is not None and wanted("nucoff"):
         csrc = os.path.join(work, "nucoff")
@@ -342,9 +361,10 @@ def main():
           % (arwren, runs), flush=True)
     done = []
     with tempfile.TemporaryDirectory(prefix="arwren-bench-", dir=args.scratch) as work:
-        for workload in plan(arwren, work, args.only):
-            workload.measure(runs)
-            done.append(workload)
+        for item in plan(arwren, work, args.only):
+            group = item if isinstance(item, list) else [item]
+            measure(group, runs)
+            done.extend(group)
     report(done)
 
 
