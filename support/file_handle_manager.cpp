@@ -13,12 +13,9 @@ namespace {
 // which is at most three characters.
 const size_t REOPEN_MODE_ROOM = 4;
 
-char* copy_text(const char* text, size_t min_room) {
-    size_t length = strlen(text);
-    size_t room = length + 1 > min_room ? length + 1 : min_room;
-    char* copy = static_cast<char*>(safecalloc(room, 1));
-    memcpy(copy, text, length);
-    return copy;
+size_t room_for(const char* text, size_t min_room) {
+    size_t length = strlen(text) + 1;
+    return length > min_room ? length : min_room;
 }
 
 bool mode_flag_at_2_or_3(const char* mode, char flag) {
@@ -63,17 +60,22 @@ FILE_HANDLE_MANAGER::~FILE_HANDLE_MANAGER() {
     delete_handle(stderr_);
 }
 
+// The copies of the name and the mode live in the handle's own block, just
+// after it: one allocation per file opened.
 FHM_FILE* FILE_HANDLE_MANAGER::new_handle(const char* name, const char* mode) {
-    FHM_FILE* file = new (safemalloc(sizeof(FHM_FILE))) FHM_FILE();
+    size_t name_room = room_for(name, 1);
+    size_t mode_room = room_for(mode, REOPEN_MODE_ROOM);
+    char* block = static_cast<char*>(safecalloc(sizeof(FHM_FILE) + name_room + mode_room, 1));
+    FHM_FILE* file = new (block) FHM_FILE();
     file->manager_ = this;
-    file->name_ = copy_text(name, 1);
-    file->mode_ = copy_text(mode, REOPEN_MODE_ROOM);
+    file->name_ = block + sizeof(FHM_FILE);
+    file->mode_ = file->name_ + name_room;
+    strcpy(file->name_, name);
+    strcpy(file->mode_, mode);
     return file;
 }
 
 void FILE_HANDLE_MANAGER::delete_handle(FHM_FILE* file) {
-    free(file->name_);
-    free(file->mode_);
     file->~FHM_FILE();
     free(file);
 }

@@ -20,6 +20,60 @@ namespace {
 
 constexpr size_t COPY_CHUNK = 4096;
 
+// Gathers the many short pieces of the index and of the long-name table, so
+// that the output stream is called once every few kilobytes. write(data,
+// size) returns the count written; finish() the total.
+template <class WRITE>
+class GATHERED_OUTPUT {
+public:
+    explicit GATHERED_OUTPUT(WRITE write) : write_(write) {}
+
+    void put(const void* data, size_t size)
+    {
+        if (size > sizeof buffer_ - used_)
+            flush();
+        if (size > sizeof buffer_) {
+            written_ += write_(data, size);
+            return;
+        }
+        memcpy(buffer_ + used_, data, size);
+        used_ += size;
+    }
+
+    void put_be32(int32_t value)
+    {
+        uint32_t v = uint32_t(value);
+        const unsigned char word[4] = {uint8_t(v >> 24), uint8_t(v >> 16), uint8_t(v >> 8),
+                                       uint8_t(v)};
+        put(word, sizeof word);
+    }
+
+    int64_t finish()
+    {
+        flush();
+        return written_;
+    }
+
+private:
+    void flush()
+    {
+        if (used_ != 0)
+            written_ += write_(buffer_, used_);
+        used_ = 0;
+    }
+
+    WRITE write_;
+    unsigned char buffer_[4096];
+    size_t used_ = 0;
+    int64_t written_ = 0;
+};
+
+template <class WRITE>
+GATHERED_OUTPUT<WRITE> gathered(WRITE write)
+{
+    return GATHERED_OUTPUT<WRITE>(write);
+}
+
 }  // namespace
 
 int copy_file(FHM_FILE* from, FHM_FILE* to, int32_t size, bool pad)
@@ -220,21 +274,15 @@ bool AR_FILE::write_symbol_table()
     index.size = int32_t(padded);
     if (!write_header(&index))
         return false;
-    unsigned char word[4];
-    auto put_be32 = [&](int32_t value) {
-        uint32_t v = uint32_t(value);
-        word[0] = uint8_t(v >> 24), word[1] = uint8_t(v >> 16);
-        word[2] = uint8_t(v >> 8), word[3] = uint8_t(v);
-        return write_bytes(word, sizeof word);
-    };
-    int64_t written = put_be32(symbol_count_);
+    auto out = gathered([this](const void* data, size_t size) { return write_bytes(data, size); });
+    out.put_be32(symbol_count_);
     for (AR_SYMBOL* s = first_symbol_; s != nullptr; s = s->next)
-        written += put_be32(s->offset);
+        out.put_be32(s->offset);
     for (AR_SYMBOL* s = first_symbol_; s != nullptr; s = s->next)
-        written += write_bytes(s->name, strlen(s->name) + 1);
+        out.put(s->name, strlen(s->name) + 1);
     if ((symbol_table_size_ & 1) != 0)
-        written += write_bytes("", 1);
-    if (written != padded) {
+        out.put("", 1);
+    if (out.finish() != padded) {
         set_error(AR_WRITE_ERROR, "Cannot write symbol table");
         return false;
     }
@@ -251,15 +299,19 @@ bool AR_FILE::write_long_name_table()
     table.size = long_name_size_;
     if (!write_header(&table))
         return false;
-    int64_t written = nu ? write_bytes("\n", 1) : 0;
+    auto out = gathered([this](const void* data, size_t size) { return write_bytes(data, size); });
+    if (nu)
+        out.put("\n", 1);
     for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
         size_t len = strlen(m->name);
-        if (len >= AR_LONG_NAME_MIN)
-            written += write_bytes(m->name, len) + write_bytes("/\n", 2);
+        if (len >= AR_LONG_NAME_MIN) {
+            out.put(m->name, len);
+            out.put("/\n", 2);
+        }
     }
     if ((long_name_size_ & 1) != 0)
-        written += write_bytes("\n", 1);
-    if (written != ar_padded(long_name_size_)) {
+        out.put("\n", 1);
+    if (out.finish() != ar_padded(long_name_size_)) {
         set_error(AR_WRITE_ERROR, "Cannot write name_table");
         return false;
     }

@@ -34,7 +34,8 @@ std::string second_object()
     ELF_BUILDER elf(ELF_BUILDER::BIG);
     unsigned data = elf.section(".data", 1, "abcde");
     elf.symbol("shared", GLOBAL, OBJECT, uint16_t(data), 0, 4)
-       .symbol("only_here", GLOBAL, OBJECT, uint16_t(data), 4, 1);
+       .symbol("only_here", GLOBAL, OBJECT, uint16_t(data), 4, 1)
+       .symbol(std::string(5000, 'T'), GLOBAL, FUNC, uint16_t(data), 0, 1);   // C++ can
     return elf.bytes();
 }
 
@@ -65,9 +66,10 @@ TEST_F(ArchiveIndex, IndexesDefinitionsAndPointsAtMemberHeaders)
             expected.member(c.form == B::ORIGINAL ? m.first.substr(0, 15) : m.first, m.second, 42);
         }
         expected.index({{"shared", 1}, {"weak_fn", 1}, {"absolute", 1}, {"common_block", 1},
-                        {"weak_common", 1}, {"", 1}, {"shared", 2}, {"only_here", 2}});
+                        {"weak_common", 1}, {"", 1}, {"shared", 2}, {"only_here", 2},
+                        {std::string(5000, 'T'), 2}});
         ASSERT_TRUE(ar->write_archive(c.abi)) << c.abi;
-        EXPECT_EQ(ar->symbol_count(), 8);
+        EXPECT_EQ(ar->symbol_count(), 9);
         EXPECT_EQ(read(("lib" + std::to_string(c.abi) + ".a").c_str()), expected.bytes()) << c.abi;
         EXPECT_TRUE(recorded_errors().empty());
     }
@@ -85,7 +87,8 @@ TEST_F(ArchiveIndex, DeleteRebuildsTheIndex)
     ar->delete_member(ar->find_member("a.o"));
     ASSERT_TRUE(ar->write_archive(AR_ABI_KEEP));
     B after;
-    after.member("b.o", second_object()).index({{"shared", 0}, {"only_here", 0}});
+    after.member("b.o", second_object())
+         .index({{"shared", 0}, {"only_here", 0}, {std::string(5000, 'T'), 0}});
     EXPECT_EQ(read("lib.a"), after.bytes());
     EXPECT_EQ(ar->first_symbol()->member, ar->first_member());
     // The old archive is gone now; writing again must not truncate the new one.
