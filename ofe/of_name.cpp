@@ -16,11 +16,11 @@ OF_NAME::~OF_NAME() {
 // from itself.
 void OF_NAME::set(const char* text) {
     char* old = on_heap() ? text_ : nullptr;
+    const size_t size = text != nullptr ? strlen(text) + 1 : 0;
     if (text == nullptr) {
         text_ = nullptr;
-    } else if (strlen(text) < INLINE_SIZE) {
-        if (text != inline_)
-            memmove(inline_, text, strlen(text) + 1);
+    } else if (size <= INLINE_SIZE) {
+        memmove(inline_, text, size);
         text_ = inline_;
     } else {
         text_ = fn_realname(text);

@@ -246,7 +246,7 @@ bool AR_FILE::write_header(const AR_MEMBER* member)
     AR_HEADER header;
     bool fits = ar_put_text(header.name, name, strlen(name)) &&
                 ar_put_number(header.date, member->date) && ar_put_number(header.uid, uid) &&
-                ar_put_number(header.gid, 0) && ar_put_number(header.mode, 0, 8) &&
+                ar_put_number(header.gid, 0) && ar_put_number<8>(header.mode, 0) &&
                 ar_put_number(header.size, member->size);
     memcpy(header.end, AR_HEADER_END, AR_END_WIDTH);
     if (!fits || write_bytes(&header, sizeof header) != int64_t(sizeof header)) {

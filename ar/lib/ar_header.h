@@ -115,15 +115,15 @@ inline bool ar_put_text(char (&field)[N], const char* text, size_t len)
 
 // Puts a number into a header field in the given base, with a "-" when it
 // is negative, left-justified and blank-padded; false when it does not fit.
-template <size_t N>
-inline bool ar_put_number(char (&field)[N], int64_t value, unsigned base = 10)
+template <unsigned BASE = 10, size_t N>
+inline bool ar_put_number(char (&field)[N], int64_t value)
 {
     char digits[24];
     size_t start = sizeof digits;
     uint64_t rest = value < 0 ? 0 - uint64_t(value) : uint64_t(value);
     do {
-        digits[--start] = char('0' + rest % base);
-        rest /= base;
+        digits[--start] = char('0' + rest % BASE);
+        rest /= BASE;
     } while (rest != 0);
     if (value < 0)
         digits[--start] = '-';

@@ -28,7 +28,7 @@ TEST(ArchiveHeaderFields, NumbersAndTextFillTheirWidth)
     EXPECT_EQ(text(h.uid), "999999");
     EXPECT_TRUE(ar_put_number(h.gid, 0));
     EXPECT_EQ(text(h.gid), "0     ");
-    EXPECT_TRUE(ar_put_number(h.mode, 0644, 8));
+    EXPECT_TRUE(ar_put_number<8>(h.mode, 0644));
     EXPECT_EQ(text(h.mode), "644     ");
     EXPECT_TRUE(ar_put_number(h.size, 99999999));
     EXPECT_EQ(text(h.size), "99999999  ");
