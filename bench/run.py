@@ -35,6 +35,8 @@ GROWTH_LIMIT = 1.05
 # that of the first run (marked "*"). GNU ar needs tens of seconds to add
 # tens of thousands of members.
 SLOW_SECONDS = 5.0
+# Tools left out (--without), for quick checks; a full run has them all.
+WITHOUT = set()
 
 
 class Run:
@@ -63,7 +65,8 @@ class Workload:
     `llvm_limit`, arwren's median over llvm-ar's; `cat_limit`, over cat's."""
 
     def __init__(self, title, runs, llvm_limit=0.6, cat_limit=None):
-        self.title, self.runs = title, runs
+        self.title = title
+        self.runs = {tool: run for tool, run in runs.items() if tool not in WITHOUT}
         self.llvm_limit, self.cat_limit = llvm_limit, cat_limit
         self.median, self.rss, self.once = {}, {}, set()
 
@@ -317,11 +320,11 @@ def report(done):
             failures.append("%s: %.2fx llvm-ar, %.2fx cat" % (w.title, to_llvm, to_cat))
         if not rss_ok:
             failures.append("%s: peak RSS %.1f MiB" % (w.title, w.rss["arwren"]))
+        rss = [w.rss.get(t, float("nan")) for t in ("arwren", "llvm-ar", "gnu-ar")]
         print("%-34s %s %s %s %s  %7.2fx %7.2fx  %-12s %6.1f %6.1f %6.1f  %s" % (
-            w.title, *ms, to_llvm, to_cat, target, w.rss["arwren"], w.rss["llvm-ar"],
-            w.rss["gnu-ar"], "ok" if ok and rss_ok else "MISSED"))
+            w.title, *ms, to_llvm, to_cat, target, *rss, "ok" if ok and rss_ok else "MISSED"))
     print()
-    k = {t: growth(done, t) for t in ("arwren", "llvm-ar", "gnu-ar")}
+    k = {t: growth(done, t) for t in ("arwren", "llvm-ar", "gnu-ar") if t not in WITHOUT}
     if k["arwren"] is not None:
         print("growth exponent 8000 -> 32000 members: " +
               "  ".join("%s %.3f" % (t, v) for t, v in k.items()) +
@@ -348,8 +351,11 @@ def main():
     ap.add_argument("--runs", type=int, default=5)
     ap.add_argument("--only", help="run only the workloads whose key contains this "
                     "(libc, libstdc++, 20000, growth, nucoff, MiB)")
+    ap.add_argument("--without", action="append", default=[], choices=TOOLS[1:],
+                    help="leave a peer out (quick checks only)")
     ap.add_argument("--scratch", default="/dev/shm" if os.path.isdir("/dev/shm") else None)
     args = ap.parse_args()
+    WITHOUT.update(args.without)
     arwren = os.path.abspath(args.arwren)
     for tool, package in (("llvm-ar", "llvm"), ("ar", "binutils"), ("/usr/bin/time", "time")):
         if not shutil.which(tool):
