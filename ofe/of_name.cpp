@@ -19,7 +19,7 @@ void OF_NAME::set(const char* text) {
     const size_t size = text != nullptr ? strlen(text) + 1 : 0;
     if (text == nullptr) {
         text_ = nullptr;
-    } else if (size <= INLINE_SIZE) {
+    } else if (size <= INLINE_SIZE) {   // mutants: skip (where a name is kept is not seen)
         memmove(inline_, text, size);
         text_ = inline_;
     } else {

@@ -21,13 +21,30 @@ bool AR_CONTENT_POOL::keep(const char* beside, const AR_MEMBER* member,
         return false;
     FILE* fp = file_->fp();
     if (fp == nullptr || fwrite(bytes, 1, size, fp) != size) {
-        // What was written of this member is never read back.
-        failed_ = true;
+        fail();
         return false;
     }
     entries_.push_back(ENTRY{member, size_});
     size_ += int64_t(size);
     return true;
+}
+
+// Writing may have failed for bytes of members kept earlier, still in the
+// stream's buffer: nothing is handed out, and every member is copied from
+// its own file.
+void AR_CONTENT_POOL::fail()
+{
+    failed_ = true;
+    entries_.clear();
+    next_ = 0;
+}
+
+bool AR_CONTENT_POOL::finish_keeping()
+{
+    FILE* fp = file_ != nullptr ? file_->fp() : nullptr;
+    if (fp != nullptr && fflush(fp) != 0)
+        fail();
+    return !failed_;
 }
 
 // The file is made under the archive's name with the process id and
@@ -50,13 +67,12 @@ bool AR_CONTENT_POOL::make_file(const char* beside)
         unlink(name_);
         named_ = 0;
     }
-    free(name_);
-    name_ = nullptr;
     FILE* fp = file_ != nullptr ? file_->fp() : nullptr;
     if (fp == nullptr)
         return false;
     file_->lock(true);
-    buffer_ = static_cast<char*>(safemalloc(BUFFER_SIZE));
+    // Without a buffer of ours stdio makes one of its own, only smaller.
+    buffer_ = static_cast<char*>(safemalloc(BUFFER_SIZE));  // mutants: skip
     setvbuf(fp, buffer_, _IOFBF, BUFFER_SIZE);
     failed_ = false;
     return true;
@@ -76,10 +92,11 @@ void AR_CONTENT_POOL::clear()
     file_ = nullptr;
     free(buffer_);
     buffer_ = nullptr;
+    free(name_);
+    name_ = nullptr;
     failed_ = false;
     size_ = 0;
     entries_.clear();
-    entries_.shrink_to_fit();
     next_ = 0;
 }
 

@@ -32,6 +32,9 @@ public:
     // Keeps size bytes as member's contents, making the pool's file in the
     // directory of `beside` on first use; false when they are not kept.
     bool keep(const char* beside, const AR_MEMBER* member, const unsigned char* bytes, size_t size);
+    // Ends keeping: what was kept reaches the file, or, when that fails,
+    // nothing is handed out. False when nothing is.
+    bool finish_keeping();
     // Where the contents kept for member lie in file(), each handed out once:
     // -1 when member was not kept or is not the next one kept. Members are
     // taken in the order they were kept, the order both passes walk in.
@@ -48,12 +51,13 @@ private:
     static constexpr size_t NAME_TAIL_ROOM = 32;   // ".", a process id, ".pool", NUL
 
     bool make_file(const char* beside);
+    void fail();
 
     int64_t bound_;                       // bytes the file may hold
     FHM_FILE* file_ = nullptr;
     bool failed_ = false;                 // the file could not be made or written
-    char* name_ = nullptr;                // its name while it has one
-    volatile sig_atomic_t named_ = 0;     // a file may lie under name_
+    char* name_ = nullptr;                // the name it was made under
+    volatile sig_atomic_t named_ = 0;     // the file may still lie under name_
     char* buffer_ = nullptr;              // its stream's buffer
     int64_t size_ = 0;                    // bytes kept
     struct ENTRY {

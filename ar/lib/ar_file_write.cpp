@@ -320,6 +320,7 @@ bool AR_FILE::write_long_name_table()
 
 bool AR_FILE::write_members()
 {
+    pool_.finish_keeping();
     for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
         if (!write_member(m))
             return false;

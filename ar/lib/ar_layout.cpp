@@ -33,7 +33,8 @@ void place_long_names(const AR_MEMBER* first_member, AR_ABI format, AR_LAYOUT& l
         layout.long_name_offsets.push_back(offset);
         offset += int64_t(len) + 2;  // the name, "/" and "\n"
     }
-    layout.long_name_size = format != AR_ABI_ORIGINAL && offset >= 2 ? offset : 0;
+    // The offset is 0, 1 or at least 18, so "at least 2" means "a long name".
+    layout.long_name_size = format != AR_ABI_ORIGINAL && offset >= 2 ? offset : 0;  // mutants: skip
 }
 
 void place_members(const AR_MEMBER* first_member, AR_LAYOUT& layout)

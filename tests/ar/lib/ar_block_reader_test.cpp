@@ -61,6 +61,7 @@ TEST_F(BlockReader, FetchesFromTheBlockInMemoryUntilItIsLeft)
     EXPECT_EQ(fetched(100, 50, 50), original.substr(100, 50));
     scratch.write("f", numbered(BLOCK + BLOCK / 2, 1));
     // Still inside the block read at 100: the old bytes, and the view too.
+    EXPECT_EQ(fetched(100, 10, 10), original.substr(100, 10));
     EXPECT_EQ(fetched(BLOCK, 100, 100), original.substr(BLOCK, 100));
     char seen[3];
     ASSERT_EQ(file->read_at(seen, 3, 200), 3);
@@ -89,6 +90,29 @@ TEST_F(BlockReader, ReadsNoFurtherThanTheEndAndHandsTheViewBack)
     reader.attach(other);
     ASSERT_EQ(file->read_at(seen, 2, 500), 2);
     EXPECT_EQ(std::string(seen, 2), numbered(502, 7).substr(500));
+    reader.attach(nullptr);
+    fhm_close(other);
+}
+
+// Another file, or the reader's end, lets go of the block and of the view.
+TEST_F(BlockReader, AnotherFileOrTheEndLetsGoOfTheBlock)
+{
+    const std::string other_name = scratch.write("g", numbered(100, 3));
+    FHM_FILE* other = fhm_open(other_name.c_str(), "rb");
+    reader.attach(file);
+    EXPECT_EQ(fetched(0, 10, 10), numbered(10));
+    {
+        AR_BLOCK_READER second;
+        second.attach(other);
+        const unsigned char* bytes = nullptr;
+        ASSERT_EQ(second.fetch(0, 10, &bytes), 10);
+        scratch.write("g", numbered(100, 5));
+    }
+    char seen[2];
+    ASSERT_EQ(other->read_at(seen, 2, 0), 2);
+    EXPECT_EQ(std::string(seen, 2), numbered(2, 5));
+    reader.attach(other);
+    EXPECT_EQ(fetched(0, 10, 10), numbered(10, 5));
     reader.attach(nullptr);
     fhm_close(other);
 }
