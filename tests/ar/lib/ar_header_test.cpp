@@ -1,5 +1,5 @@
-// Header fields as the writer fills them: left-justified, blank-padded, and
-// refused rather than cut when they do not fit.
+// Header number fields, read and written: the edges that the archives in
+// the other tests do not reach (signs, clamping, white space).
 
 #include "ar/lib/ar_header.h"
 
@@ -10,58 +10,26 @@
 
 namespace {
 
-template <size_t N>
-std::string text(const char (&field)[N])
-{
-    return std::string(field, N);
-}
-
-TEST(ArchiveHeaderFields, NumbersAndTextFillTheirWidth)
+TEST(ArchiveHeaderFields, NumbersAreWrittenWhereTheyFitOnly)
 {
     AR_HEADER h;
-    memset(&h, '#', sizeof h);
-    EXPECT_TRUE(ar_put_number(h.date, -5));
-    EXPECT_EQ(text(h.date), "-5          ");
     EXPECT_TRUE(ar_put_number(h.date, INT32_MIN));
-    EXPECT_EQ(text(h.date), "-2147483648 ");
-    EXPECT_TRUE(ar_put_number(h.uid, 999999));
-    EXPECT_EQ(text(h.uid), "999999");
-    EXPECT_TRUE(ar_put_number(h.gid, 0));
-    EXPECT_EQ(text(h.gid), "0     ");
-    EXPECT_TRUE(ar_put_number<8>(h.mode, 0644));
-    EXPECT_EQ(text(h.mode), "644     ");
-    EXPECT_TRUE(ar_put_number(h.size, 99999999));
-    EXPECT_EQ(text(h.size), "99999999  ");
-    EXPECT_TRUE(ar_put_text(h.name, "sixteen_chars_xy", 16));
-    EXPECT_EQ(text(h.name), "sixteen_chars_xy");
-    EXPECT_TRUE(ar_put_text(h.name, "/", 1));
-    EXPECT_EQ(text(h.name), "/               ");
+    EXPECT_EQ(std::string(h.date, sizeof h.date), "-2147483648 ");
+    EXPECT_FALSE(ar_put_number(h.uid, -100000));   // the sign takes a place
 }
 
-TEST(ArchiveHeaderFields, WhatDoesNotFitIsRefused)
-{
-    AR_HEADER h;
-    EXPECT_FALSE(ar_put_number(h.uid, 1000000));
-    EXPECT_FALSE(ar_put_number(h.uid, -100000));
-    EXPECT_FALSE(ar_put_number(h.size, 10000000000LL));
-    EXPECT_FALSE(ar_put_text(h.name, "seventeen_chars_x", 17));
-}
-
-// Reading a number field: blanks, a sign, digits up to the first other
-// character; nothing without a digit; clamped to 32 bits.
-TEST(ArchiveHeaderFields, NumberFieldsReadAsTheFormatWasWritten)
+// Blanks, a sign, digits up to the first other character; nothing without
+// a digit; clamped to 32 bits.
+TEST(ArchiveHeaderFields, NumbersAreReadAsTheFormatWroteThem)
 {
     const struct {
-        std::string text;   // the 12 characters of a date field
+        std::string text;   // a 12-character date field
         bool ok;
         int32_t value;
     } cases[] = {
-        {"42          ", true, 42},          {"  \t+7       ", true, 7},
-        {"-3          ", true, -3},          {"12ab        ", true, 12},
+        {"  \t+7       ", true, 7},         {"12ab        ", true, 12},
         {std::string("1\0" "2         ", 12), true, 1},
-        {"99999999999 ", true, INT32_MAX},   {"-99999999999", true, INT32_MIN},
-        {"000000000017", true, 17},          {"            ", false, 0},
-        {"-           ", false, 0},          {"x1          ", false, 0},
+        {"99999999999 ", true, INT32_MAX},  {"-99999999999", true, INT32_MIN},
         {"- 1         ", false, 0},
     };
     for (const auto& c : cases) {

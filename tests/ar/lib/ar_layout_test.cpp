@@ -10,33 +10,26 @@
 
 namespace {
 
-// Names of 3, 19, 15 and 16 characters: the last two straddle the long-name
-// boundary. Sizes odd, even, empty and odd.
+// Names of 3, 19, 15 and 16 characters (the last two straddle the long-name
+// boundary), sizes odd, even, empty and odd, and three index entries.
 struct RECORDS {
     std::vector<std::string> names = {"a.o", "long_name_number1.o", "fifteen_chars_x",
                                       "sixteen_chars_xy"};
-    std::vector<int32_t> sizes = {3, 4, 0, 1};
-    std::vector<AR_MEMBER> members;
-    std::vector<std::string> symbol_names = {"f", "gg", "hhh"};
-    std::vector<AR_SYMBOL> symbols;
+    std::vector<AR_MEMBER> members = std::vector<AR_MEMBER>(4);
+    std::string symbol_names[3] = {"f", "gg", "hhh"};
+    AR_SYMBOL symbols[3];
 
-    RECORDS()
+    explicit RECORDS(size_t count)
     {
-        members.resize(names.size());
-        for (size_t i = 0; i < members.size(); ++i) {
-            members[i] = AR_MEMBER{};
-            members[i].name = &names[i][0];
-            members[i].size = sizes[i];
-            // Left over from an earlier layout: must not count.
-            members[i].long_name_offset = 777;
-            members[i].header_offset = 888;
-            members[i].next = i + 1 < members.size() ? &members[i + 1] : nullptr;
-        }
+        const int32_t sizes[] = {3, 4, 0, 1};
+        for (size_t i = 0; i < count; ++i)
+            // The offsets left over from an earlier layout must not count.
+            members[i] = AR_MEMBER{&names[i][0], 777, 0, sizes[i], 0,
+                                   i + 1 < count ? &members[i + 1] : nullptr, nullptr, nullptr, 888};
         const size_t defined_in[] = {0, 1, 3};
-        symbols.resize(symbol_names.size());
-        for (size_t i = 0; i < symbols.size(); ++i)
+        for (size_t i = 0; i < 3; ++i)
             symbols[i] = AR_SYMBOL{&symbol_names[i][0], &members[defined_in[i]], -1,
-                                   i + 1 < symbols.size() ? &symbols[i + 1] : nullptr};
+                                   i < 2 ? &symbols[i + 1] : nullptr};
     }
 };
 
@@ -59,10 +52,9 @@ TEST(ArchiveLayout, PlacesIndexNameTableAndMembersInEveryFormat)
         {AR_ABI_POSIX, false, 0, 39, {0, 0, 0, 21}, {108, 172, 236, 296}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "format " << c.format << (c.with_index ? " with" : " without")
-                                        << " index");
-        RECORDS r;
-        AR_LAYOUT layout = ar_layout(&r.members[0], c.with_index ? &r.symbols[0] : nullptr, c.format);
+        SCOPED_TRACE(testing::Message() << "format " << c.format << " index " << c.with_index);
+        RECORDS r(4);
+        AR_LAYOUT layout = ar_layout(&r.members[0], c.with_index ? r.symbols : nullptr, c.format);
         EXPECT_EQ(layout.index_size, c.index_size);
         EXPECT_EQ(layout.long_name_size, c.long_name_size);
         EXPECT_EQ(layout.long_name_offsets, c.long_name_offsets);
@@ -72,23 +64,6 @@ TEST(ArchiveLayout, PlacesIndexNameTableAndMembersInEveryFormat)
         EXPECT_EQ(r.members[3].header_offset, 888);
         EXPECT_EQ(r.symbols[0].offset, -1);
     }
-}
-
-// Without long names there is no table in any format, although the NU
-// numbering starts at 1; without members there is nothing at all.
-TEST(ArchiveLayout, ShortNamesNeedNoTable)
-{
-    RECORDS r;
-    r.members.resize(1);
-    r.members[0].next = nullptr;
-    for (AR_ABI format : {AR_ABI_ORIGINAL, AR_ABI_NU_LONG_NAME, AR_ABI_POSIX}) {
-        AR_LAYOUT layout = ar_layout(&r.members[0], nullptr, format);
-        EXPECT_EQ(layout.long_name_size, 0) << format;
-        EXPECT_EQ(layout.header_offsets, std::vector<int64_t>{8}) << format;
-    }
-    AR_LAYOUT empty = ar_layout(nullptr, nullptr, AR_ABI_POSIX);
-    EXPECT_EQ(empty.index_size, 0);
-    EXPECT_TRUE(empty.header_offsets.empty());
 }
 
 }  // namespace
