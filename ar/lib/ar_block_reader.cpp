@@ -11,14 +11,15 @@ AR_BLOCK_READER::~AR_BLOCK_READER()
     free(block_);
 }
 
-void AR_BLOCK_READER::attach(FHM_FILE* file, int64_t end)
+void AR_BLOCK_READER::attach(FHM_FILE* file, int64_t end, bool lend)
 {
     end_ = end;
     if (file == file_)
         return;
-    if (file_ != nullptr)
+    if (file_ != nullptr && lend_)
         file_->clear_view();
     file_ = file;
+    lend_ = lend;
     length_ = 0;
 }
 
@@ -33,7 +34,8 @@ long AR_BLOCK_READER::fetch(int64_t offset, size_t size, const unsigned char** b
     if (!held) {
         if (block_ == nullptr)
             block_ = static_cast<unsigned char*>(safemalloc(BLOCK_SIZE));
-        file_->clear_view();
+        if (lend_)
+            file_->clear_view();
         length_ = 0;   // mutants: skip (only a read failing half way could tell)
         size_t want = BLOCK_SIZE;
         if (end_ >= 0 && end_ - offset < int64_t(want))
@@ -43,7 +45,8 @@ long AR_BLOCK_READER::fetch(int64_t offset, size_t size, const unsigned char** b
             return -1;
         start_ = offset;
         length_ = size_t(got);
-        file_->set_view(block_, uint64_t(start_), length_);
+        if (lend_)
+            file_->set_view(block_, uint64_t(start_), length_);
     }
     const size_t at = size_t(offset - start_);
     *bytes = block_ + at;

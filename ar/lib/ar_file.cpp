@@ -183,11 +183,13 @@ void AR_FILE::drop_pool()
     pool_.clear();
 }
 
+// A caller's handle is lent no blocks: the caller may close it before the
+// archive is done with.
 void AR_FILE::set_input(FHM_FILE* file, bool owned)
 {
     input_ = file;
     owns_input_ = owned && file != nullptr;
-    input_blocks_.attach(file);
+    input_blocks_.attach(file, -1, owns_input_);
 }
 
 // The field is cleared before the stream is closed so that a signal handler
@@ -267,7 +269,8 @@ int AR_FILE::copy_source(const SOURCE& source, int32_t size, FHM_FILE* to)
         reader = &input_blocks_;
     else if (source.file == pool_.file())
         reader = &pool_blocks_;
-    reader->attach(source.file, reader == &file_blocks_ ? source.offset + size : -1);
+    if (reader != &input_blocks_)
+        reader->attach(source.file, reader == &file_blocks_ ? source.offset + size : -1);
     for (int64_t done = 0; done < size;) {
         const unsigned char* bytes = nullptr;
         long n = reader->fetch(source.offset + done, size_t(size - done), &bytes);

@@ -40,8 +40,7 @@ typedef void (*AR_ERROR_CALLBACK)(AR_FILE* archive, AR_ERROR_CODE code, const ch
 class AR_FILE {
 public:
     // Reads the archive from handle, or opens name itself when handle is
-    // null. A handle given must stay open as long as the archive lives: the
-    // archive lends it blocks in memory until it is destroyed.
+    // null.
     AR_FILE(const char* name, FHM_FILE* handle, AR_ERROR_CALLBACK callback);
     ~AR_FILE();
     AR_FILE(const AR_FILE&) = delete;
