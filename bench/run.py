@@ -124,9 +124,18 @@ def measure(group, rounds):
 
 # --- members -----------------------------------------------------------------
 
+class Generator:
+    """Members from a function of their index: member_bytes(index) gives the
+    bytes, member_name(index) the file name."""
+
+    def __init__(self, member_bytes, member_name):
+        self.member_bytes, self.member_name = member_bytes, member_name
+
+
 def generator(module):
-    """The member generator module of that name, or None when absent or
-    without the two functions."""
+    """The member generator module of that name, or None when absent. A
+    module with object_bytes(index, version, big) (nucoff_members.py) gives
+    every format version and byte order in turn."""
     here = os.path.dirname(os.path.abspath(__file__))
     if not os.path.exists(os.path.join(here, module + ".py")):
         return None
@@ -135,10 +144,13 @@ def generator(module):
         mod = importlib.import_module(module)
     finally:
         sys.path.pop(0)
-    if not (hasattr(mod, "member_bytes") and hasattr(mod, "member_name")):
-        print("bench: %s.py has no member_bytes(index)/member_name(index); skipped" % module)
-        return None
-    return mod
+    if hasattr(mod, "member_bytes") and hasattr(mod, "member_name"):
+        return mod
+    if hasattr(mod, "object_bytes"):
+        return Generator(lambda i: mod.object_bytes(i, version=i % 3, big=i % 2 == 1),
+                         lambda i: "coff_%05d.o" % i)
+    print("bench: %s.py gives no members; skipped" % module)
+    return None
 
 
 def write_members(directory, gen, count):
