@@ -20,7 +20,15 @@ public:
     static const uint32_t BIG_ENDIAN_DATA = 8;
 
     // Byte-order routines.
-    static ENDIAN host_endian() { return LITTLE; }
+    // The host's own order, so that "swap when the file's order differs from
+    // the host's" holds on a big-endian host as well.
+    static ENDIAN host_endian() {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        return BIG;
+#else
+        return LITTLE;
+#endif
+    }
     static const char* endian_name(ENDIAN e);
     static void toggle_endian(uint16_t& x);
     static void toggle_endian(int16_t& x);

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -113,6 +114,15 @@ TEST_F(DataMapTest, ExplicitOrderCodecsTreatOnlyTwoAsBigEndian) {
         EXPECT_EQ(DATA_MAP::UINT_write(buf, 0x123456, endian, 3), buf + 3);
         EXPECT_EQ(Bytes(buf, buf + 3), (big ? Bytes{0x12, 0x34, 0x56} : Bytes{0x56, 0x34, 0x12}));
     }
+}
+
+// The host's order is what the machine itself stores, learnt here from the
+// bytes of a stored integer rather than from the compiler.
+TEST_F(DataMapTest, HostOrderIsTheMachinesOwn) {
+    const uint16_t one = 1;
+    unsigned char first = 0;
+    std::memcpy(&first, &one, 1);
+    EXPECT_EQ(DATA_MAP::host_endian(), first == 1 ? DATA_MAP::LITTLE : DATA_MAP::BIG);
 }
 
 TEST_F(DataMapTest, Leb128EncodingsRoundTrip) {
