@@ -69,7 +69,7 @@ public:
     AR_MEMBER* last_member() const { return last_member_; }
     AR_SYMBOL* first_symbol() const { return first_symbol_; }
     int32_t symbol_count() const { return symbol_count_; }
-    int32_t symbol_table_size() const { return symbol_table_size_; }
+    int64_t symbol_table_size() const { return symbol_table_size_; }
     int32_t long_name_table_size() const { return long_name_size_; }
     MZONE* zone() { return &zone_; }
     AR_MEMBER* new_member(const char* name, int32_t date, int32_t size, const char* path);
@@ -98,10 +98,11 @@ public:
     void restore_files();   // cleanup's file part, safe in a signal handler
 
     // Symbol index.
-    void build_symbol_table();
-    void find_symbols(AR_MEMBER* member);
-    void scan_symbols(AR_MEMBER* member, OFE::OBJECT_FILE* object_file);
-    void add_symbol_entry(const char* name, AR_MEMBER* member);
+    // Each returns false once the index has grown past the member size limit.
+    bool build_symbol_table();
+    bool find_symbols(AR_MEMBER* member);
+    bool scan_symbols(AR_MEMBER* member, OFE::OBJECT_FILE* object_file);
+    bool add_symbol_entry(const char* name, AR_MEMBER* member);
     int member_format(AR_MEMBER* member);
 
     // Errors: formats the message and hands it to the callback.
@@ -138,7 +139,7 @@ private:
     AR_SYMBOL* first_symbol_;
     AR_SYMBOL* last_symbol_;
     int32_t symbol_count_;
-    int32_t symbol_table_size_;
+    int64_t symbol_table_size_;           // summed from untrusted names: 64 bits
     unsigned char* symbol_data_;
     int32_t long_name_size_;
     // Rewrite state, read by cleanup() which may run from a signal handler

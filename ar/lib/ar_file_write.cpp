@@ -103,8 +103,8 @@ bool AR_FILE::write_archive(AR_ABI abi)
     if (!contents_available() || !open_new_ar(abi))
         return false;
     calculate_long_name_offsets();
-    build_symbol_table();
-    if (!write_symbol_table() || !write_long_name_table() || !write_members())
+    if (!build_symbol_table() || !write_symbol_table() || !write_long_name_table() ||
+        !write_members())
         return false;
     return finish_new_archive();
 }
@@ -203,7 +203,7 @@ void AR_FILE::apply_layout(const AR_LAYOUT& layout, bool with_index)
     }
     if (!with_index)
         return;
-    symbol_table_size_ = int32_t(layout.index_size);
+    symbol_table_size_ = layout.index_size;
     for (AR_SYMBOL* s = first_symbol_; s != nullptr; s = s->next)
         s->offset = s->member->header_offset;
 }

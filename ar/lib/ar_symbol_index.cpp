@@ -34,7 +34,7 @@ OFE::OBJECT_FILE* object_at(FHM_FILE* file, int64_t offset, const AR_MEMBER* mem
 
 }  // namespace
 
-void AR_FILE::build_symbol_table()
+bool AR_FILE::build_symbol_table()
 {
     first_symbol_ = nullptr;
     last_symbol_ = nullptr;
@@ -46,48 +46,73 @@ void AR_FILE::build_symbol_table()
     for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next)
         ++count;
     pool_.reserve(count);
-    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next)
-        find_symbols(m);
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
+        if (!find_symbols(m))
+            return false;
+    }
     if (symbol_table_size_ == 0)
-        return;
+        return true;
     apply_layout(ar_layout(first_member_, first_symbol_, format_), true);
+    return true;
 }
 
 // A member that cannot be opened or is no object file adds nothing; opening
 // has already reported its own failure. Its contents are read in memory
 // first; the bytes of a member file may stay there for the copy.
-void AR_FILE::find_symbols(AR_MEMBER* member)
+bool AR_FILE::find_symbols(AR_MEMBER* member)
 {
     SOURCE source;
     if (!open_source(member, &source))
-        return;
+        return true;
+    bool fits = true;
     if (read_ahead(member, &source)) {
         if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, member)) {
-            scan_symbols(member, object);
+            fits = scan_symbols(member, object);
             delete object;
         }
     }
     close_source(source);
+    return fits;
+}
 }
 
-void AR_FILE::scan_symbols(AR_MEMBER* member, OFE::OBJECT_FILE* object_file)
+// Each symbol is dropped from the object file's cache as soon as it has been
+// looked at: the index keeps its own copy of a name, and a member whose many
+// symbols share one long name would otherwise hold a copy per symbol.
+bool AR_FILE::scan_symbols(AR_MEMBER* member, OFE::OBJECT_FILE* object_file)
 {
     OFE::OF_SYMBOL_TABLE* table = object_file->symbol_table();
     if (table == nullptr)
-        return;
-    for (unsigned long id = 0; id < table->symnum(); id = table->next_symbol_id(id)) {
+        return true;
+    for (unsigned long id = 0; id < table->symnum();) {
         OFE::OF_SYMBOL* symbol = table->symbol(id);
-        if (symbol != nullptr && is_indexed(symbol))
-            add_symbol_entry(symbol->name() != nullptr ? symbol->name() : "", member);
+        if (symbol != nullptr && is_indexed(symbol) &&
+            !add_symbol_entry(symbol->name() != nullptr ? symbol->name() : "", member))
+            return false;
+        unsigned long next = table->next_symbol_id(id);
+        table->unload_symbol(id);
+        if (next <= id)
+            break;  // a table whose ids do not move forward ends the walk
+        id = next;
     }
+    return true;
 }
 
-// Each entry costs its 4-byte offset, its name and the name's NUL.
-void AR_FILE::add_symbol_entry(const char* name, AR_MEMBER* member)
+// Each entry costs its 4-byte offset, its name and the name's NUL. The
+// index is refused the moment it outgrows the member size limit (with its
+// count word and padding), before the name is copied, so that a hostile
+// member cannot make it grow any further.
+bool AR_FILE::add_symbol_entry(const char* name, AR_MEMBER* member)
 {
-    size_t len = strlen(name);
-    append_symbol(zone_.strdup(name), member, 0);
-    symbol_table_size_ += int32_t(len) + 5;
+    int64_t size = symbol_table_size_ + int64_t(strlen(name)) + 5;
+    if (ar_padded(size + 4) > AR_MAX_MEMBER_SIZE) {
+        set_error(AR_MEMBER_TOO_LARGE, "Member file too large: '%s'", AR_SYMBOL_TABLE_NAME);
+        return false;
+    }
+    // Nameless entries share one empty name.
+    append_symbol(name[0] != '\0' ? zone_.strdup(name) : const_cast<char*>(""), member, 0);
+    symbol_table_size_ = size;
+    return true;
 }
 
 void AR_FILE::append_symbol(char* name, AR_MEMBER* member, int32_t offset)

@@ -96,4 +96,27 @@ TEST_F(ArchiveIndex, DeleteRebuildsTheIndex)
     EXPECT_EQ(read("lib.a"), after.bytes());
 }
 
+// The index obeys the member size limit of 99999999 bytes, counting its
+// count word and its padding byte: the largest name that fits leaves it at
+// 99999998 bytes; one more character would make it 100000000.
+TEST_F(ArchiveIndex, StopsAtTheMemberSizeLimit)
+{
+    std::string name(99999990, 'n');
+    for (size_t length : {name.size() - 1, name.size()}) {
+        SCOPED_TRACE(length);
+        recorded_errors().clear();
+        name[length] = '\0';
+        auto ar = open_archive("lib.a");
+        const bool fits = length < name.size();
+        EXPECT_EQ(ar->add_symbol_entry(name.c_str(), nullptr), fits);
+        EXPECT_EQ(ar->symbol_count(), fits ? 1 : 0);
+        if (!fits) {
+            ASSERT_EQ(recorded_errors().size(), 1u);
+            EXPECT_EQ(recorded_errors()[0].code, AR_MEMBER_TOO_LARGE);
+            EXPECT_EQ(recorded_errors()[0].message, "Member file too large: '/'");
+        }
+        name[length] = 'n';
+    }
+}
+
 }  // namespace
