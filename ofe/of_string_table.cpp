@@ -18,6 +18,17 @@ const char* OF_STRING_TABLE_MANAGER::get_string(unsigned long offset) {
     return text;
 }
 
+bool OF_STRING_TABLE_MANAGER::string_is(unsigned long offset, const char* text) {
+    raw_.load();
+    unsigned long end = raw_.size();
+    if (raw_.pool_size() < end)
+        end = raw_.pool_size();
+    const unsigned long length = strlen(text) + 1;  // the NUL must match too
+    if (offset >= end || end - offset < length)
+        return false;
+    return memcmp(raw_.data() + offset, text, length) == 0;
+}
+
 void OF_STRING_TABLE_MANAGER::unload() {
     raw_.unload();
     index_.clear();

@@ -24,6 +24,9 @@ public:
     // The string at offset, or null past the end (or when it is not terminated
     // inside the table); valid as long as the table's bytes.
     virtual const char* get_string(unsigned long offset);
+    // True when the string at offset is text. Compares in place and looks at
+    // no more of the table than text is long, however long the string there.
+    bool string_is(unsigned long offset, const char* text);
     virtual void unload();
     virtual void clear();
     virtual unsigned long add_string(const char* text);

@@ -2,6 +2,7 @@
 
 #include "ofe/object_file.h"
 #include "ofe/of_section_table.h"
+#include "ofe/of_string_table.h"
 
 namespace OFE {
 
@@ -16,10 +17,29 @@ void OF_SYMBOL::set_alias(bool alias) {
     flags_ = alias ? (flags_ | kAlias) : (flags_ & ~kAlias);
 }
 
+const char* OF_SYMBOL::name() const {
+    if (name_table_) {
+        const char* text = name_table_->get_string(name_offset_);
+        name_table_ = nullptr;
+        name_.set(text);
+    }
+    return name_.get();
+}
+
 int OF_SYMBOL::set_name(const char* name) {
     if (owner_ && owner_->max_state(OF_STATE_OPEN) != 0)
         return -1;
+    name_table_ = nullptr;
     name_.set(name);
+    return 0;
+}
+
+int OF_SYMBOL::set_name_ref(OF_STRING_TABLE_MANAGER* table, unsigned long offset) {
+    if (owner_ && owner_->max_state(OF_STATE_OPEN) != 0)
+        return -1;
+    name_.set(nullptr);
+    name_table_ = table;
+    name_offset_ = offset;
     return 0;
 }
 

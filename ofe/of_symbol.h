@@ -9,6 +9,7 @@ namespace OFE {
 
 class OF_SECTION;
 class OF_STATE_MACHINE;
+class OF_STRING_TABLE_MANAGER;
 
 enum OF_SYM_KIND {
     OF_SYM_KIND_UNKNOWN = 0,
@@ -42,7 +43,8 @@ class OF_SYMBOL {
 public:
     // owner is the table whose state guards edits of the symbol.
     explicit OF_SYMBOL(OF_STATE_MACHINE* owner)
-        : owner_(owner), resolved_by_(nullptr), flags_(0) {}
+        : name_table_(nullptr), name_offset_(0), owner_(owner), resolved_by_(nullptr),
+          flags_(0) {}
     virtual ~OF_SYMBOL() {}
     OF_SYMBOL(const OF_SYMBOL&) = delete;
     OF_SYMBOL& operator=(const OF_SYMBOL&) = delete;
@@ -60,8 +62,13 @@ public:
     virtual OF_SYMBOL* resolved_by() { return resolved_by_; }
     virtual void set_resolved_by(OF_SYMBOL* resolver) { resolved_by_ = resolver; }
 
-    const char* name() const { return name_.get(); }
+    const char* name() const;
     int set_name(const char* name);   // a private copy; null stays null
+    // Names the symbol by its offset in a string table. The private copy is
+    // made when the name is first asked for, so that a walk that looks only
+    // at kinds and bindings copies no names: a member whose many symbols
+    // share one long name then costs no copy per symbol.
+    int set_name_ref(OF_STRING_TABLE_MANAGER* table, unsigned long offset);
 
     static const char* kind_name(int kind);
     static const char* binding_name(int binding);
@@ -73,7 +80,9 @@ protected:
 private:
     static const uint8_t kAlias = 1;
 
-    OF_NAME name_;
+    mutable OF_NAME name_;
+    mutable OF_STRING_TABLE_MANAGER* name_table_;   // set while the name is still to be read
+    unsigned long name_offset_;
     OF_STATE_MACHINE* owner_;
     OF_SYMBOL* resolved_by_;
     uint8_t flags_;

@@ -74,7 +74,6 @@ bool AR_FILE::find_symbols(AR_MEMBER* member)
     close_source(source);
     return fits;
 }
-}
 
 // Each symbol is dropped from the object file's cache as soon as it has been
 // looked at: the index keeps its own copy of a name, and a member whose many

@@ -84,7 +84,7 @@ OF_SYMBOL_TABLE* ELF_FILE::symbol_table() {
     } else {
         found = sections->loaded_section_name(".symtab");
         if (!found)
-            found = sections->section_name(".symtab", 0);
+            found = sections->section_named(".symtab");
         if (!found)
             found = sections->new_section(".symtab");
         if (found)

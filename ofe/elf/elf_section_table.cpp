@@ -57,16 +57,51 @@ void ELF_SECTION_TABLE::bind_contents(ELF_SECTION* section) {
 // The names live in section e_shstrndx, or, with extended numbering, in the
 // section named by header 0's sh_link. That section may be the one being
 // named: it is already stored, so fetching it does not recurse further.
-void ELF_SECTION_TABLE::name_section(ELF_SECTION* section) {
+ELF_SECTION* ELF_SECTION_TABLE::names_section() {
     unsigned long names_index = file_->header().e_shstrndx;
     if (names_index == SHN_XINDEX) {
         ELF_SECTION* first = elf_section(0);
         names_index = first ? first->header().sh_link : 0;
     }
-    ELF_SECTION* names = elf_section(names_index);
+    return elf_section(names_index);
+}
+
+void ELF_SECTION_TABLE::name_section(ELF_SECTION* section) {
+    ELF_SECTION* names = names_section();
     if (!names)
         return;
     section->set_name(names->string_table()->get_string(section->header().sh_name));
+}
+
+void ELF_SECTION_TABLE::peek_header(unsigned long id, Elf32_Shdr& header) const {
+    const DATA_MAP& headers = raw_headers();
+    headers.set_cursor(static_cast<uint32_t>(id * entry_size_));
+    read_Elf_Shdr(headers, header, file_->needs_swap());
+}
+
+ELF_SECTION* ELF_SECTION_TABLE::section_named(const char* name) {
+    ELF_SECTION* names = bound_ ? names_section() : nullptr;
+    if (!names)
+        return nullptr;
+    Elf32_Shdr header;
+    for (unsigned long id = 0; id < scnnum(); ++id) {
+        peek_header(id, header);
+        if (names->string_table()->string_is(header.sh_name, name))
+            return elf_section(id);
+    }
+    return nullptr;
+}
+
+ELF_SECTION* ELF_SECTION_TABLE::section_of_type(uint32_t type, uint32_t link) {
+    if (!bound_)
+        return nullptr;
+    Elf32_Shdr header;
+    for (unsigned long id = 0; id < scnnum(); ++id) {
+        peek_header(id, header);
+        if (header.sh_type == type && header.sh_link == link)
+            return elf_section(id);
+    }
+    return nullptr;
 }
 
 OF_SECTION* ELF_SECTION_TABLE::load_section_into_mem(unsigned long id) {
@@ -76,9 +111,7 @@ OF_SECTION* ELF_SECTION_TABLE::load_section_into_mem(unsigned long id) {
         return cached;
     ELF_SECTION* section = static_cast<ELF_SECTION*>(alloc_section(id));
     store_section(id, section);
-    const DATA_MAP& headers = raw_headers();
-    headers.set_cursor(static_cast<uint32_t>(id * entry_size_));
-    read_Elf_Shdr(headers, section->header(), file_->needs_swap());
+    peek_header(id, section->header());
     bind_contents(section);
     name_section(section);
     return section;

@@ -26,10 +26,18 @@ public:
 
     ELF_SECTION* elf_section(unsigned long id) { return static_cast<ELF_SECTION*>(section(id)); }
 
+    // Lookups that read the headers in place and load only the section they
+    // find: a file of many sections that share one long name costs no
+    // section and no name copy for those passed over.
+    ELF_SECTION* section_named(const char* name);
+    ELF_SECTION* section_of_type(uint32_t type, uint32_t link);
+
 private:
     unsigned long fitting_count(unsigned long count);
     void bind_contents(ELF_SECTION* section);
     void name_section(ELF_SECTION* section);
+    ELF_SECTION* names_section();
+    void peek_header(unsigned long id, Elf32_Shdr& header) const;
 
     ELF_FILE* file_;
     uint32_t offset_;       // of the header table, from the object's first byte

@@ -47,7 +47,7 @@ OF_SYMBOL* ELF_SYMBOL_TABLE::load_symbol_into_mem(unsigned long id) {
     // serve linking, not listing definitions.
     OF_STRING_TABLE* strings = string_table();
     if (strings)
-        symbol->set_name(strings->get_string(symbol->record().st_name));
+        symbol->set_name_ref(strings, symbol->record().st_name);
     store_symbol(id, symbol);
     return symbol;
 }
@@ -68,22 +68,14 @@ ELF_SECTION* ELF_SYMBOL_TABLE::extended_index_section() {
         return extended_index_;
     extended_index_searched_ = true;
     ELF_SECTION_TABLE* sections = file_->elf_section_table();
-    if (!sections)
-        return nullptr;
-    for (unsigned long id = 0; id < sections->scnnum(); ++id) {
-        ELF_SECTION* candidate = sections->elf_section(id);
-        if (candidate && candidate->header().sh_type == SHT_SYMTAB_SHNDX &&
-            candidate->header().sh_link == section_->index()) {
-            extended_index_ = candidate;
-            break;
-        }
-    }
+    if (sections)
+        extended_index_ = sections->section_of_type(SHT_SYMTAB_SHNDX, uint32_t(section_->index()));
     return extended_index_;
 }
 
 ELF_SECTION* ELF_SYMBOL_TABLE::section_by_name(const char* name) {
     ELF_SECTION_TABLE* sections = file_->elf_section_table();
-    return sections ? static_cast<ELF_SECTION*>(sections->section_name(name, 0)) : nullptr;
+    return sections ? sections->section_named(name) : nullptr;
 }
 
 OF_STRING_TABLE* ELF_SYMBOL_TABLE::string_table() {
