@@ -23,8 +23,15 @@ public:
     // A section of the caller's; returns its index.
     unsigned section(const std::string& name, uint32_t type, const std::string& data) {
         sections_.push_back(SECTION{name, type, data});
-        return static_cast<unsigned>(sections_.size());
+        unsigned index = 0;
+        for (const SECTION& s : sections_)
+            index += s.copies;
+        return index;
     }
+
+    // The last section stands this many times, every copy named by one
+    // string of ".shstrtab"; the sections after it move up accordingly.
+    ELF_BUILDER& repeated_section(unsigned copies) { sections_.back().copies = copies; return *this; }
 
     // A symbol; with shndx XINDEX, extended is what the index table holds.
     ELF_BUILDER& symbol(const std::string& name, unsigned bind, unsigned type, uint16_t shndx,
@@ -42,6 +49,9 @@ public:
     // the index in its sh_link.
     ELF_BUILDER& extended_numbering() { extended_ = true; return *this; }
     ELF_BUILDER& ident(unsigned index, unsigned char value) { ident_.push_back({index, value}); return *this; }
+    // The last symbol stands this many times in the table, every copy
+    // pointing at one string of ".strtab".
+    ELF_BUILDER& repeated(unsigned copies) { symbols_.back().copies = copies; return *this; }
 
     std::string bytes() const {
         const std::vector<SECTION> all = layout_sections();
@@ -77,6 +87,8 @@ private:
         uint32_t info = 0;
         uint32_t entsize = 0;
         uint32_t name_offset = 0;
+        unsigned copies = 1;
+        bool copy = false;      // named by the string of the section before it
     };
     struct SYMBOL {
         std::string name;
@@ -86,6 +98,7 @@ private:
         uint32_t value;
         uint32_t size;
         uint32_t extended;
+        unsigned copies = 1;
     };
 
     void put(std::string& out, uint32_t v, int width) const {
@@ -101,17 +114,24 @@ private:
 
     std::vector<SECTION> layout_sections() const {
         std::vector<SECTION> all(1);
-        all.insert(all.end(), sections_.begin(), sections_.end());
+        for (const SECTION& s : sections_) {
+            all.push_back(s);
+            for (unsigned copy = 1; copy < s.copies; ++copy)
+                all.push_back(SECTION{"", s.type, s.data, s.link, s.info, s.entsize, 0, 1, true});
+        }
         const uint32_t symtab = static_cast<uint32_t>(all.size());
         std::string names(1, '\0'), symbols(16, '\0'), extended(4, '\0');
         bool any_extended = false;
         for (const SYMBOL& s : symbols_) {
-            for (uint32_t v : {add_string(names, s.name), s.value, s.size})
-                put(symbols, v, 4);
-            symbols += char((s.bind << 4) | (s.type & 0xF));
-            symbols += '\0';
-            put(symbols, s.shndx, 2);
-            put(extended, s.shndx == XINDEX ? s.extended : 0, 4);
+            const uint32_t name = add_string(names, s.name);
+            for (unsigned copy = 0; copy < s.copies; ++copy) {
+                for (uint32_t v : {name, s.value, s.size})
+                    put(symbols, v, 4);
+                symbols += char((s.bind << 4) | (s.type & 0xF));
+                symbols += '\0';
+                put(symbols, s.shndx, 2);
+                put(extended, s.shndx == XINDEX ? s.extended : 0, 4);
+            }
             any_extended = any_extended || s.shndx == XINDEX;
         }
         all.push_back(SECTION{symtab_name_, 2, symbols, strtab_linked_ && with_strtab_ ? symtab + 1 : 0, 1, 16});
@@ -122,7 +142,7 @@ private:
         all.push_back(SECTION{".shstrtab", 3, ""});
         std::string section_names(1, '\0');
         for (size_t i = 1; i < all.size(); ++i)
-            all[i].name_offset = add_string(section_names, all[i].name);
+            all[i].name_offset = all[i].copy ? all[i - 1].name_offset : add_string(section_names, all[i].name);
         all.back().data = section_names;
         return all;
     }

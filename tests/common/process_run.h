@@ -33,6 +33,7 @@ struct RUN_OPTIONS {
     std::string cwd;
     long long fsize_limit = -1;
     int timeout_ms = -1;
+    long long address_space_limit = -1;  // RLIMIT_AS, bytes
 };
 
 // A started child with standard input from /dev/null, TZ=UTC, default signal
@@ -132,6 +133,9 @@ private:
             _exit(126);
         struct rlimit limit = {rlim_t(options.fsize_limit), rlim_t(options.fsize_limit)};
         if (options.fsize_limit >= 0 && setrlimit(RLIMIT_FSIZE, &limit) != 0)
+            _exit(126);
+        struct rlimit space = {rlim_t(options.address_space_limit), rlim_t(options.address_space_limit)};
+        if (options.address_space_limit >= 0 && setrlimit(RLIMIT_AS, &space) != 0)
             _exit(126);
         // The test harness may block signals; the child starts from the
         // defaults like a program run from a shell.
