@@ -84,6 +84,7 @@ public:
     int copy_member(AR_MEMBER* member, FHM_FILE* to);
     void close_input_ar();
     bool write_archive(AR_ABI abi);
+    AR_ABI output_format(AR_ABI abi) const;   // the format a write with abi uses
     bool open_new_ar(AR_ABI abi);
     void calculate_long_name_offsets();
     // field must hold AR_NAME_TEXT_SIZE characters (ar/lib/ar_header.h).
@@ -171,6 +172,7 @@ private:
     bool read_ahead(AR_MEMBER* member, SOURCE* source);
     void close_source(const SOURCE& source);
     int copy_source(const SOURCE& source, int32_t size, FHM_FILE* to);
+    bool names_storable(AR_ABI format);
     bool move_old_archive_aside();
     bool create_new_archive();
     bool write_members();

@@ -13,6 +13,7 @@
 #include "ar/lib/ar_file.h"
 #include "ar/lib/ar_header.h"
 #include "ar/lib/ar_layout.h"
+#include "ar/lib/ar_member_name.h"
 #include "support/fhm_file.h"
 #include "support/file_names.h"
 
@@ -100,7 +101,7 @@ int copy_file(FHM_FILE* from, FHM_FILE* to, int32_t size, bool pad)
 
 bool AR_FILE::write_archive(AR_ABI abi)
 {
-    if (!contents_available() || !open_new_ar(abi))
+    if (!contents_available() || !names_storable(output_format(abi)) || !open_new_ar(abi))
         return false;
     calculate_long_name_offsets();
     if (!build_symbol_table() || !write_symbol_table() || !write_long_name_table() ||
@@ -123,15 +124,33 @@ bool AR_FILE::contents_available()
     return true;
 }
 
+// Every member must read back under its own name from the format it is
+// written in; a name that cannot is refused before the archive is touched.
+bool AR_FILE::names_storable(AR_ABI format)
+{
+    for (AR_MEMBER* m = first_member_; m != nullptr; m = m->next) {
+        if (!ar_name_storable(m->name, format)) {
+            set_error(AR_CREATE_ERROR, "Member name cannot be stored in the %s format: '%s'",
+                      ar_format_name(format), m->name);
+            return false;
+        }
+    }
+    return true;
+}
+
+// An archive read without a long-name table has no format of its own and
+// is rewritten in POSIX form unless a format is asked for.
+AR_ABI AR_FILE::output_format(AR_ABI abi) const
+{
+    if (abi != AR_ABI_KEEP)
+        return abi;
+    return format_ != AR_ABI_KEEP ? format_ : AR_ABI_POSIX;
+}
+
 bool AR_FILE::open_new_ar(AR_ABI abi)
 {
     final_name_ = name_;
-    // An archive read without a long-name table has no format of its own
-    // and is rewritten in POSIX form unless a format is asked for.
-    if (abi != AR_ABI_KEEP)
-        format_ = abi;
-    else if (format_ == AR_ABI_KEEP)
-        format_ = AR_ABI_POSIX;
+    format_ = output_format(abi);
     if (input_ != nullptr && !move_old_archive_aside())
         return false;
     return create_new_archive();

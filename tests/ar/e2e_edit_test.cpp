@@ -71,6 +71,23 @@ TEST(AddEndToEnd, FormatDigitChoosesLongNameStorage) {
     }
 }
 
+// A file whose name would read back as the NU long-name table is refused
+// before anything is written, whether the archive is new or not.
+TEST(AddEndToEnd, NameThatReadsBackAsATableIsRefused) {
+    SCRATCH_DIR dir;
+    dir.write("<filenames>", "x", kOld);
+    dir.write(kLongName, "xy", kOld);
+    const std::string err =
+        "  -->  error: Member name cannot be stored in the POSIX format: '<filenames>'\n";
+    expect_run(dir, {"r", "n.a", "<filenames>", kLongName},
+               "  ==>  new archive 'n.a'\n  ==>  building archive 'n.a'\n", err, 1);
+    EXPECT_FALSE(dir.exists("n.a"));
+    dir.write("n.a", two_members().bytes());
+    expect_run(dir, {"rq", "n.a", kLongName, "<filenames>"}, "", err, 1);
+    EXPECT_EQ(dir.read("n.a"), two_members().bytes());
+    EXPECT_EQ(dir.names(), (std::vector<std::string>{"<filenames>", kLongName, "n.a"}));
+}
+
 TEST(ReplaceEndToEnd, ReplacesInPlaceAndAppendsNewFiles) {
     SCRATCH_DIR dir;
     dir.write("lib.a", two_members().bytes());

@@ -70,6 +70,40 @@ TEST(GnuArInterop, GnuArAndLlvmArReadWhatArwrenWrites) {
     EXPECT_EQ(lines_of(llvm.out), names_of(files));
 }
 
+// Names that resemble the special members, hold blanks or a line end, or
+// lie around the long-name boundary: GNU ar finds every one that arwren
+// stores in the POSIX form under the same name, with the same bytes.
+TEST(GnuArInterop, GnuArReadsEveryPosixNameArwrenStores) {
+    ASSERT_TRUE(have_tool("ar", "binutils"));
+    SCRATCH_DIR scratch;
+    const std::vector<std::string> names = {
+        " ", "a b", " lead", "trail ", "<filenames", "filenames>", "<filenames>x",
+        "14_with_blank ", " 14_leading_bl", "15_without_blan", "16 with blanks  ", "17 with blanks   ", "new\nline",
+        "<filenames>_long_name", "a_long_name_with_a_line\nend"};
+    std::vector<std::string> args{"aq", "../x.a"};
+    for (size_t i = 0; i < names.size(); ++i) {
+        scratch.write("src/" + names[i], pattern_bytes(i + 1, unsigned(i)));
+        args.push_back(names[i]);
+    }
+    RUN_RESULT r = run_arwren(args, scratch.path("src"));
+    ASSERT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "  -->  error: Member name cannot be stored in the POSIX format: "
+                     "'a_long_name_with_a_line\nend'\n");
+    EXPECT_EQ(scratch.names(), std::vector<std::string>{"src"});
+    args.pop_back();
+    ASSERT_TRUE(run_ok(arwren_argv(args), scratch.path("src")));
+    for (size_t i = 0; i + 1 < names.size(); ++i) {
+        RUN_RESULT p = run_process({"ar", "p", scratch.path("x.a"), names[i]});
+        EXPECT_EQ(p.status, 0) << "'" << names[i] << "': " << p.err;
+        EXPECT_TRUE(p.out == pattern_bytes(i + 1, unsigned(i))) << "'" << names[i] << "'";
+    }
+    RUN_RESULT listing = run_process({"ar", "t", scratch.path("x.a")});
+    std::string expected;
+    for (size_t i = 0; i + 1 < names.size(); ++i)
+        expected += names[i] + "\n";
+    EXPECT_EQ(listing.out, expected);
+}
+
 struct FOREIGN_WRITER {
     const char* tag;
     const char* program;
