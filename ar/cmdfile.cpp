@@ -24,10 +24,17 @@ bool is_space(int c) {
 
 // Reads one token character by character. Escapes, quotes and comments may
 // continue a token across line ends, so the state lives here, not in a line.
+// A failure stops the token and is kept for the caller to report.
 class TOKEN_READER {
 public:
     explicit TOKEN_READER(FILE* stream) : stream_(stream) {}
-    char* read();
+    ~TOKEN_READER() { free(text_); }
+    TOKEN_READER(const TOKEN_READER&) = delete;
+    TOKEN_READER& operator=(const TOKEN_READER&) = delete;
+
+    char* read();   // the token, now the caller's; null at the end or on a failure
+    CMDFILE_STATUS status() const { return status_; }
+    [[noreturn]] void report_unterminated() const;
 
 private:
     int next();
@@ -38,14 +45,16 @@ private:
     void skip_line();
     void read_quote();
     bool word_has_dash() const;
-    [[noreturn]] void unterminated_quote(size_t start) const;
+    void fail(CMDFILE_STATUS status);
 
     FILE* stream_;
     char* text_ = static_cast<char*>(safemalloc(kTokenGrowth));
     size_t length_ = 0;
     size_t capacity_ = kTokenGrowth;
+    size_t quote_start_ = 0;   // where the last quote's text begins in the token
     bool escaped_ = false;
     bool at_eof_ = false;
+    CMDFILE_STATUS status_ = CMDFILE_OK;
 };
 
 // End of file is remembered, so that a comment that ran into it ends the
@@ -62,7 +71,7 @@ char* TOKEN_READER::read() {
     int c = next();
     while (is_space(c))
         c = next();
-    for (; c != EOF; c = next()) {
+    for (; c != EOF && status_ == CMDFILE_OK; c = next()) {
         if (is_space(c)) {
             if (length_ > 0)
                 break;
@@ -70,12 +79,22 @@ char* TOKEN_READER::read() {
         }
         take(c);
     }
-    if (length_ == 0) {
-        free(text_);
+    if (length_ == 0 || status_ == CMDFILE_OPEN_COMMENT || status_ == CMDFILE_OPEN_QUOTE)
+        return nullptr;
+    // A NUL would end the name early: the token is read whole and refused.
+    if (memchr(text_, '\0', length_) != nullptr) {
+        status_ = CMDFILE_NUL_BYTE;
         return nullptr;
     }
     text_[length_] = '\0';
-    return text_;
+    char* token = text_;
+    text_ = nullptr;
+    return token;
+}
+
+void TOKEN_READER::fail(CMDFILE_STATUS status) {
+    status_ = status;
+    at_eof_ = true;
 }
 
 void TOKEN_READER::take(int c) {
@@ -118,9 +137,8 @@ void TOKEN_READER::skip_block_comment() {
     for (;;) {
         int c = next();
         if (c == EOF) {
-            fputs(">> Unterminated comment in command file;", stderr);
-            fputs(" aborting!\n", stderr);
-            exit(kUnterminatedStatus);
+            fail(CMDFILE_OPEN_COMMENT);
+            return;
         }
         if (previous == '*' && c == '/')
             break;
@@ -139,12 +157,14 @@ void TOKEN_READER::skip_line() {
 // Everything up to the closing quote is taken as it is, white space and line
 // ends included; the quotes themselves are dropped.
 void TOKEN_READER::read_quote() {
-    size_t start = length_;
+    quote_start_ = length_;
     escaped_ = false;
     for (;;) {
         int c = next();
-        if (c == EOF)
-            unterminated_quote(start);
+        if (c == EOF) {
+            fail(CMDFILE_OPEN_QUOTE);
+            return;
+        }
         if (c == '"' && !escaped_)
             break;
         append_escaped(c);
@@ -162,15 +182,20 @@ bool TOKEN_READER::word_has_dash() const {
     return false;
 }
 
-void TOKEN_READER::unterminated_quote(size_t start) const {
-    size_t length = length_ - start;
+void TOKEN_READER::report_unterminated() const {
+    if (status_ == CMDFILE_OPEN_COMMENT) {
+        fputs(">> Unterminated comment in command file;", stderr);
+        fputs(" aborting!\n", stderr);
+        exit(kUnterminatedStatus);
+    }
+    size_t length = length_ - quote_start_;
     if (length > kQuoteExcerpt)
         length = kQuoteExcerpt;
-    while (length > 0 && text_[start + length - 1] == '\n')
+    while (length > 0 && text_[quote_start_ + length - 1] == '\n')
         length--;
     fputs(">> Unterminated quote in command file; aborting\n", stderr);
     fputs("   Quote starts at \"", stderr);
-    for (size_t i = start; i < start + length; i++) {
+    for (size_t i = quote_start_; i < quote_start_ + length; i++) {
         if (text_[i] == '\n')
             fputs("\\n", stderr);
         else if (text_[i] == '\t')
@@ -184,8 +209,8 @@ void TOKEN_READER::unterminated_quote(size_t start) const {
 
 // Files follow the key and the archive name; a word that looks like an
 // option is reported and skipped.
-void read_file_list(AR_OPTIONS* options, FILE* stream) {
-    while (char* token = fnextopt(stream)) {
+void read_file_list(AR_OPTIONS* options, FILE* stream, const char* file_name) {
+    while (char* token = fnextopt(stream, file_name)) {
         char* name = fn_realname(token);
         free(token);
         if (name[0] == '-') {
@@ -199,24 +224,43 @@ void read_file_list(AR_OPTIONS* options, FILE* stream) {
 
 }  // namespace
 
-char* fnextopt(FILE* stream) {
+char* fnextopt(FILE* stream, const char* file_name) {
     if (stream == nullptr)
         return nullptr;
-    return TOKEN_READER(stream).read();
+    TOKEN_READER reader(stream);
+    char* token = reader.read();
+    if (reader.status() == CMDFILE_OPEN_COMMENT || reader.status() == CMDFILE_OPEN_QUOTE)
+        reader.report_unterminated();
+    if (reader.status() == CMDFILE_NUL_BYTE) {
+        if (file_name != nullptr)
+            front_error_exit("NUL byte in command file '%s'", file_name);
+        front_error_exit("NUL byte in command file");
+    }
+    return token;
+}
+
+char* cmdfile_token(FILE* stream, CMDFILE_STATUS* status) {
+    *status = CMDFILE_OK;
+    if (stream == nullptr)
+        return nullptr;
+    TOKEN_READER reader(stream);
+    char* token = reader.read();
+    *status = reader.status();
+    return token;
 }
 
 void read_command_file(AR_OPTIONS* options, const char* name) {
     FILE* stream = fopen(name, "r");
     if (stream == nullptr)
         front_error_exit("cannot open '%s'", name);
-    char* key = fnextopt(stream);
-    char* archive = key != nullptr ? fnextopt(stream) : nullptr;
+    char* key = fnextopt(stream, name);
+    char* archive = key != nullptr ? fnextopt(stream, name) : nullptr;
     if (key == nullptr || archive == nullptr)
         usage(false);
     set_archive_name(options, archive);
     parse_key(options, key);
     free(key);
     free(archive);
-    read_file_list(options, stream);
+    read_file_list(options, stream, name);
     fclose(stream);
 }

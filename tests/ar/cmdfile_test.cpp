@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 std::vector<std::string> tokens_of(const std::string& text) {
     std::vector<std::string> tokens;
     FILE* stream = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
@@ -51,6 +53,41 @@ TEST(FnextoptTest, SplitsTokensByTheGrammar) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(tokens_of(c.text), c.tokens) << c.what;
+}
+
+// The tokenizer that returns instead of ending the process: each failure
+// ends its token with a status, and reading can go on after a refused one.
+TEST(CmdfileTokenTest, FailuresComeBackAsStatuses) {
+    const struct {
+        const char* what;
+        std::string text;
+        std::vector<std::string> results;   // tokens, or "!" and the status
+    } cases[] = {
+        {"plain", "a b", {"a", "b"}},
+        {"NUL in a word", "a x\0y c"s, {"a", "!1", "c"}},
+        {"NUL in a quote", "\"x\0\" c"s, {"!1", "c"}},
+        {"NUL in a comment is skipped", "a ;\0\n b/*\0*/c"s, {"a", "bc"}},
+        {"open comment", "a b/* x", {"a", "!2"}},
+        {"open quote", "a \"b c", {"a", "!3"}},
+    };
+    for (const auto& c : cases) {
+        FILE* stream = fmemopen(const_cast<char*>(c.text.data()), c.text.size(), "r");
+        std::vector<std::string> results;
+        CMDFILE_STATUS status = CMDFILE_OK;
+        for (int i = 0; i < 10; ++i) {
+            char* token = cmdfile_token(stream, &status);
+            if (token != nullptr)
+                results.push_back(token);
+            else if (status != CMDFILE_OK)
+                results.push_back("!" + std::to_string(status));
+            free(token);
+            if (token == nullptr && (status == CMDFILE_OK || status == CMDFILE_OPEN_COMMENT ||
+                                     status == CMDFILE_OPEN_QUOTE))
+                break;
+        }
+        fclose(stream);
+        EXPECT_EQ(results, c.results) << c.what;
+    }
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 std::string listed(const std::string& name) {
     return toc_text("         1   Thu Jan  1 00:00:00 1970    " + name + "\n");
 }
@@ -29,6 +31,10 @@ TEST(CommandFileEndToEnd, TokensQuotesCommentsAndWarnings) {
         {"unterminated quote", "t lib.a \"a\tb\nc\n", "",
          ">> Unterminated quote in command file; aborting\n"
          "   Quote starts at \"a\\tb\\nc\n", 255},
+        {"NUL byte in a name", "t lib.a a\0.o\n"s, "",
+         "  -->  error: NUL byte in command file 'cmds'\n", 1},
+        {"NUL byte in the key", "t\0 lib.a\n"s, "",
+         "  -->  error: NUL byte in command file 'cmds'\n", 1},
         {"quote excerpt is cut", "t lib.a \"" + std::string(40, 'q'), "",
          ">> Unterminated quote in command file; aborting\n"
          "   Quote starts at \"" + std::string(30, 'q') + "\n", 255},
