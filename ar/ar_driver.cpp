@@ -89,12 +89,15 @@ bool has_one_bit(int bits) {
     return bits != 0 && (bits & (bits - 1)) == 0;
 }
 
-// d, t and x need an existing archive; a and r start a new one when missing.
+// d, t and x need an existing archive; a and r start a new one when it is
+// missing, and only then: one that exists but cannot be read is refused
+// rather than overwritten.
 void check_archive_exists(const AR_OPTIONS* options, AR_FILE* archive) {
-    if (options->command & (AR_OPTIONS::ADD | AR_OPTIONS::REPLACE))
-        return;
-    if (!archive->has_input())
+    bool creates = (options->command & (AR_OPTIONS::ADD | AR_OPTIONS::REPLACE)) != 0;
+    if (!archive->has_input() && !(creates && archive->is_missing()))
         front_error_exit("cannot open archive: '%s'", options->archive);
+    if (creates)
+        return;
     if (!archive->is_archive())
         front_error_exit("'%s' is not an archive", options->archive);
 }

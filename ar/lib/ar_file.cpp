@@ -2,6 +2,7 @@
 // one error door of the archive library.
 #include "ar/lib/ar_file.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -25,14 +26,19 @@ AR_FILE::AR_FILE(const char* name, FHM_FILE* handle, AR_ERROR_CALLBACK callback)
       name_table_size_(0), first_symbol_(nullptr), last_symbol_(nullptr), symbol_count_(0),
       symbol_table_size_(0), symbol_data_(nullptr), long_name_size_(0), moved_aside_(0),
       output_live_(0), final_name_(nullptr), temp_name_(nullptr), output_(nullptr),
-      callback_(callback), output_buffer_(nullptr), errors_(0)
+      callback_(callback), output_buffer_(nullptr), errors_(0), missing_(false)
 {
     name_ = zone_.strdup(name);
-    // A missing archive is not an error here: it is a new, empty one.
-    if (input_ == nullptr)
-        set_input(fhm_open(name, "rb"), true);
-    else
+    if (input_ == nullptr) {
+        // A missing archive is not an error here: it is a new, empty one.
+        // Only a missing one: an archive that exists but cannot be opened
+        // must never be taken for an empty one and overwritten.
+        FHM_FILE* file = fhm_open(name, "rb");
+        missing_ = file == nullptr && errno == ENOENT;
+        set_input(file, true);
+    } else {
         set_input(input_, false);
+    }
 }
 
 AR_FILE::~AR_FILE()

@@ -48,6 +48,8 @@ public:
 
     // Reading.
     bool has_input() const { return input_ != nullptr; }
+    // True when the archive file did not exist when it was opened: a new one.
+    bool is_missing() const { return missing_; }
     bool is_archive();
     bool read_headers(bool read_symbols);
     void create_toc();
@@ -157,6 +159,7 @@ private:
     AR_BLOCK_READER file_blocks_;         // the member file being read or copied
     AR_CONTENT_POOL pool_;                // member files' contents kept for the copy
     AR_BLOCK_READER pool_blocks_;
+    bool missing_;                        // the archive file did not exist
 
     void set_input(FHM_FILE* file, bool owned);
     void drop_pool();

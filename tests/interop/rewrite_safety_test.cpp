@@ -4,6 +4,9 @@
 // no temporary file is left behind.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -173,6 +176,113 @@ TEST_F(REWRITE_SAFETY, FailedRenameLeavesArchiveUntouched) {
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.err, "  -->  error: Cannot create new archive\n");
     expect_archive_is({old_});
+}
+
+// Faults that permissions make: the runs go through setpriv as nobody when
+// the suite runs as root, who ignores permissions, and as they are
+// otherwise. The archive arc/lib.a holds a.txt and b.txt from src/.
+class PERMISSION_FAULTS : public ::testing::Test {
+protected:
+    static constexpr uid_t kNobody = 65534;
+
+    void SetUp() override {
+        scratch_.write("src/a.txt", "aaa", 1400000000);
+        scratch_.write("src/b.txt", "bbbb", 1400000000);
+        scratch_.subdir("arc");
+        ASSERT_EQ(run_arwren({"rq", "../arc/lib.a", "a.txt", "b.txt"}, scratch_.path("src")).status, 0);
+        old_ = scratch_.read("arc/lib.a");
+        scratch_.write("src/a.txt", "AAAAA", 1600000000);
+        if (geteuid() != 0)
+            return;
+        ASSERT_TRUE(have_tool("setpriv", "util-linux"));
+        // Nobody gets the scratch directory for its own.
+        ASSERT_EQ(chown(scratch_.dir().c_str(), kNobody, kNobody), 0);
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(scratch_.dir()))
+            ASSERT_EQ(chown(entry.path().c_str(), kNobody, kNobody), 0);
+    }
+
+    RUN_RESULT run(const std::vector<std::string>& args, const std::string& dir) {
+        std::vector<std::string> argv = arwren_argv(args);
+        if (geteuid() == 0)
+            argv.insert(argv.begin(), {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+        RUN_OPTIONS options;
+        options.cwd = scratch_.path(dir);
+        return run_process(argv, options);
+    }
+
+    SCRATCH_DIR scratch_;
+    std::string old_;
+};
+
+// Each fault stops the run with its message before anything is lost: the
+// archive stays byte for byte as it was and nothing else is left beside it.
+TEST_F(PERMISSION_FAULTS, UnreadableFilesAndReadOnlyDirectoryKeepTheArchive) {
+    const std::string no_archive = "  -->  error: cannot open archive: '../arc/lib.a'\n";
+    const struct {
+        const char* what;
+        const char* path;   // what the fault is made on, and its mode
+        mode_t mode;
+        std::vector<std::string> args;
+        std::string err;
+    } cases[] = {
+        {"unreadable member file", "src/a.txt", 0, {"rq", "../arc/lib.a", "a.txt"},
+         "  -->  error: Cannot open file: 'a.txt'\n"},
+        {"unreadable new file", "src/a.txt", 0, {"aq", "../arc/lib.a", "a.txt"},
+         "  -->  error: Cannot open file: 'a.txt'\n"},
+        {"write-only archive, r", "arc/lib.a", 0200, {"rq", "../arc/lib.a", "a.txt"}, no_archive},
+        {"write-only archive, a", "arc/lib.a", 0200, {"aq", "../arc/lib.a", "a.txt"}, no_archive},
+        {"write-only archive, d", "arc/lib.a", 0200, {"dq", "../arc/lib.a", "a.txt"}, no_archive},
+        {"write-only archive, t", "arc/lib.a", 0200, {"t", "../arc/lib.a"}, no_archive},
+        {"read-only directory, r", "arc", 0555, {"rq", "../arc/lib.a", "a.txt"},
+         "  -->  error: Cannot create new archive\n"},
+        {"read-only directory, d", "arc", 0555, {"dq", "../arc/lib.a", "b.txt"},
+         "  -->  error: Cannot create new archive\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::string target = scratch_.path(c.path);
+        struct stat before {};
+        ASSERT_EQ(stat(target.c_str(), &before), 0);
+        ASSERT_EQ(chmod(target.c_str(), c.mode), 0);
+        RUN_RESULT r = run(c.args, "src");
+        chmod(target.c_str(), before.st_mode & 07777);
+        EXPECT_EQ(r.status, 1);
+        EXPECT_EQ(r.out, "");
+        EXPECT_EQ(r.err, c.err);
+        EXPECT_EQ(scratch_.read("arc/lib.a"), old_);
+        EXPECT_EQ(scratch_.names("arc"), std::vector<std::string>{"lib.a"});
+    }
+}
+
+// A disk that fills up during the rewrite: a 64 KiB memory file system where
+// the machine lets the suite mount one, else the same run under a file size
+// limit of that much.
+TEST(FullDisk, RewriteThatDoesNotFitKeepsTheArchive) {
+    SCRATCH_DIR scratch;
+    const std::string disk = scratch.subdir("disk");
+    const size_t kDisk = 64 * 1024;
+    struct MOUNTED {
+        std::string dir;
+        bool done = mount("arwren-test", dir.c_str(), "tmpfs", 0, "size=64k") == 0;
+        ~MOUNTED() {
+            if (done)
+                umount(dir.c_str());
+        }
+    } mounted{disk};
+    scratch.write("disk/a.bin", pattern_bytes(10000, 1), 1400000000);
+    ASSERT_EQ(run_arwren({"rq", "lib.a", "a.bin"}, disk).status, 0);
+    const std::string old = scratch.read("disk/lib.a");
+    std::filesystem::remove(scratch.path("disk/a.bin"));
+    // The new archive outgrows what is left once the old one is moved aside.
+    scratch.write("b.bin", pattern_bytes(kDisk, 2), 1600000000);
+    RUN_RESULT r = run_arwren({"rq", "lib.a", "../b.bin"}, disk, mounted.done ? -1 : (long long)kDisk);
+    EXPECT_EQ(r.status, 1);
+    if (mounted.done)
+        EXPECT_EQ(r.err, "  -->  error: Cannot write archive: 'lib.a'\n");
+    else
+        EXPECT_EQ(r.err.find("\nINTERNAL ERROR: exceeded the file size limit\n"), 0u) << r.err;
+    EXPECT_EQ(scratch.read("disk/lib.a"), old);
+    EXPECT_EQ(scratch.names("disk"), std::vector<std::string>{"lib.a"});
 }
 
 }  // namespace
