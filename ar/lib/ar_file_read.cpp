@@ -2,6 +2,7 @@
 // the stored symbol index and the table of contents.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -244,9 +245,9 @@ bool AR_FILE::read_symbol_table(AR_MEMBER* member)
     for (int64_t i = 0; i < count; ++i) {
         append_symbol(names + at, nullptr, read_be32(data + 4 + 4 * i));
         // A name list cut short leaves the remaining entries on the
-        // terminating NUL past the data.
+        // terminating NUL past the data, never beyond it.
         if (at < size)
-            at += int64_t(strlen(names + at)) + 1;
+            at = std::min(at + int64_t(strlen(names + at)) + 1, size);
     }
     return true;
 }

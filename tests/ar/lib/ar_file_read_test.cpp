@@ -110,8 +110,8 @@ TEST_F(ArchiveRead, EdgeCasesAndCorruptInput)
 }
 
 // The stored index is read only on request; both ways of padding an odd
-// index are accepted, and one that claims more entries than it holds is
-// refused.
+// index are accepted, names cut short stay inside the data, and one that
+// claims more entries than it holds is refused.
 TEST_F(ArchiveRead, ReadsTheStoredIndex)
 {
     for (bool pad_counted : {true, false}) {
@@ -131,6 +131,15 @@ TEST_F(ArchiveRead, ReadsTheStoredIndex)
         EXPECT_EQ(ar.symbol_count(), 3);
         EXPECT_TRUE(recorded_errors().empty());
     }
+    // Names that run to the end of the data: the entries past them are empty.
+    const std::string cut = std::string("\0\0\0\3", 4) + std::string(12, '\0') + "ab";
+    write("lib.a", "!<arch>\n" + B::header("/", "0", "0", cut.size()) + cut);
+    AR_FILE cut_short(path("lib.a").c_str(), nullptr, record_error);
+    ASSERT_TRUE(cut_short.read_headers(true));
+    std::vector<std::string> names;
+    for (AR_SYMBOL* s = cut_short.first_symbol(); s != nullptr; s = s->next)
+        names.push_back(s->name);
+    EXPECT_EQ(names, (std::vector<std::string>{"ab", "", ""}));
     const std::string index = std::string("\x7f\0\0\0", 4) + std::string(8, '\0');
     write("lib.a", "!<arch>\n" + B::header("/", "0", "0", index.size()) + index);
     AR_FILE ar(path("lib.a").c_str(), nullptr, record_error);
