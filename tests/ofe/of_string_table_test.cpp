@@ -26,8 +26,16 @@ TEST(StringTableTest, LookupAddAndFind) {
     EXPECT_EQ(read_only.get_string(20), nullptr);
     EXPECT_EQ(read_only.get_string(~0UL), nullptr);
 
+    // Comparing in place: whole strings only, never past the table's end.
+    EXPECT_TRUE(read_only.string_is(1, "abc"));
+    EXPECT_FALSE(read_only.string_is(1, "ab"));
+    EXPECT_FALSE(read_only.string_is(1, "abcd"));
+    EXPECT_FALSE(read_only.string_is(8, "unterminated"));
+    EXPECT_FALSE(read_only.string_is(20, ""));
+
     OF_STRING_TABLE_MANAGER table;
     fill(table, std::string("\0abc\0de\0", 8));
+    EXPECT_TRUE(table.string_is(5, "de"));   // ends with the table
     unsigned long offset = 99;
     EXPECT_EQ(table.find_string("abc", offset), 0);
     EXPECT_EQ(offset, 99u);

@@ -119,4 +119,23 @@ TEST_F(ArchiveIndex, StopsAtTheMemberSizeLimit)
     }
 }
 
+// A member whose symbols pass the limit stops the whole index: no later
+// member is looked at, and the write fails with the archive untouched.
+TEST_F(ArchiveIndex, MemberPassingTheLimitStopsTheWrite)
+{
+    ELF_BUILDER big, after;
+    big.symbol(std::string(40000, 'n'), GLOBAL, FUNC, ABS).repeated(3000);   // 120 MB of names
+    after.symbol("after", GLOBAL, FUNC, ABS);
+    const std::string old = B().member("keep.txt", "x").bytes();
+    write("lib.a", old);
+    auto ar = open_archive("lib.a");
+    for (const auto& m : {std::make_pair("big.o", big.bytes()), std::make_pair("after.o", after.bytes())})
+        ar->add_member(ar->new_member(m.first, 1, int32_t(m.second.size()), write(m.first, m.second).c_str()));
+    EXPECT_FALSE(ar->write_archive(AR_ABI_KEEP));
+    ASSERT_EQ(recorded_errors().size(), 1u);
+    EXPECT_EQ(recorded_errors()[0].message, "Member file too large: '/'");
+    ar.reset();
+    EXPECT_EQ(read("lib.a"), old);
+}
+
 }  // namespace

@@ -75,10 +75,11 @@ TEST_P(ElfSymbolTest, KindBindingAndTypeMapping) {
 
 // The walk visits every id, the null entry 0 included. Dropping symbols and
 // reading them again gives equal symbols; a symbol that another resolves
-// stays in memory.
+// stays in memory; a name set in memory wins over the file's.
 TEST_P(ElfSymbolTest, WalkUnloadAndReload) {
     ELF_BUILDER b = builder();
     b.section(".text", 1, "code");
+    b.section(".symtab.not", 1, "");   // a name that only begins like the table's
     b.symbol("first", 1, 2, 1, 16, 4).symbol("second", 2, 1, SHN_COMMON, 8, 8).symbol("third", 2, 0, SHN_UNDEF);
     auto file = open(b);
     ASSERT_TRUE(file);
@@ -107,6 +108,10 @@ TEST_P(ElfSymbolTest, WalkUnloadAndReload) {
     ASSERT_NE(table->symbol(2), nullptr);
     EXPECT_STREQ(table->symbol(2)->name(), "second");
     EXPECT_EQ(table->symbol(2)->kind(), OF_SYM_KIND_COMMON);
+    // A name given before the file's is first asked for replaces it.
+    table->unload_symbol(3);
+    table->symbol(3)->set_name("renamed");
+    EXPECT_STREQ(table->symbol(3)->name(), "renamed");
 }
 
 }  // namespace
