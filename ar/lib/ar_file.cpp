@@ -26,7 +26,7 @@ AR_FILE::AR_FILE(const char* name, FHM_FILE* handle, AR_ERROR_CALLBACK callback)
       name_table_size_(0), first_symbol_(nullptr), last_symbol_(nullptr), symbol_count_(0),
       symbol_table_size_(0), symbol_data_(nullptr), long_name_size_(0), moved_aside_(0),
       output_live_(0), final_name_(nullptr), temp_name_(nullptr), output_(nullptr),
-      callback_(callback), output_buffer_(nullptr), errors_(0), missing_(false)
+      callback_(callback), output_buffer_(nullptr), errors_(0), missing_(false), input_size_(-1)
 {
     name_ = zone_.strdup(name);
     if (input_ == nullptr) {
@@ -195,6 +195,7 @@ void AR_FILE::set_input(FHM_FILE* file, bool owned)
 {
     input_ = file;
     owns_input_ = owned && file != nullptr;
+    input_size_ = -1;
     input_blocks_.attach(file, -1, owns_input_);
 }
 

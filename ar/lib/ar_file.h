@@ -160,6 +160,7 @@ private:
     AR_CONTENT_POOL pool_;                // member files' contents kept for the copy
     AR_BLOCK_READER pool_blocks_;
     bool missing_;                        // the archive file did not exist
+    int64_t input_size_;                  // the input archive's size; -1 until known
 
     void set_input(FHM_FILE* file, bool owned);
     void drop_pool();
@@ -175,6 +176,7 @@ private:
     bool read_ahead(AR_MEMBER* member, SOURCE* source);
     void close_source(const SOURCE& source);
     int copy_source(const SOURCE& source, int32_t size, FHM_FILE* to);
+    int64_t readable_size(const SOURCE& source, const AR_MEMBER* member);
     bool names_storable(AR_ABI format);
     bool move_old_archive_aside();
     bool create_new_archive();

@@ -2,6 +2,10 @@
 // member order and, within a member, in symbol-table order. It is built
 // afresh every time the archive is written and deliberately neither sorted
 // nor de-duplicated.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "ar/lib/ar_file.h"
@@ -10,6 +14,7 @@
 #include "ofe/object_file.h"
 #include "ofe/of_symbol.h"
 #include "ofe/of_symbol_table.h"
+#include "support/fhm_file.h"
 
 namespace {
 
@@ -24,12 +29,12 @@ bool is_indexed(OFE::OF_SYMBOL* symbol)
 
 // The member's contents seen as an object file, or null when they are none
 // (including an empty member).
-OFE::OBJECT_FILE* object_at(FHM_FILE* file, int64_t offset, const AR_MEMBER* member)
+OFE::OBJECT_FILE* object_at(FHM_FILE* file, int64_t offset, int64_t size)
 {
-    if (member->size <= 0)
+    if (size <= 0)
         return nullptr;
-    return OFE::OBJECT_FILE::new_OBJECT_FILE(file, (unsigned long)offset,
-                                             (unsigned long)member->size, nullptr, nullptr);
+    return OFE::OBJECT_FILE::new_OBJECT_FILE(file, (unsigned long)offset, (unsigned long)size,
+                                             nullptr, nullptr);
 }
 
 }  // namespace
@@ -66,7 +71,7 @@ bool AR_FILE::find_symbols(AR_MEMBER* member)
         return true;
     bool fits = true;
     if (read_ahead(member, &source)) {
-        if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, member)) {
+        if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, readable_size(source, member))) {
             fits = scan_symbols(member, object);
             delete object;
         }
@@ -128,13 +133,29 @@ void AR_FILE::append_symbol(char* name, AR_MEMBER* member, int32_t offset)
     ++symbol_count_;
 }
 
+// A member of the input archive whose size claims more than the archive
+// holds is read only as far as the archive goes: a damaged header must not
+// make the object-file library set aside memory for bytes that do not
+// exist. (The copy still finds the member short and fails the rewrite.)
+int64_t AR_FILE::readable_size(const SOURCE& source, const AR_MEMBER* member)
+{
+    if (source.file != input_)
+        return member->size;
+    if (input_size_ < 0) {
+        FILE* fp = input_->fp();
+        struct stat st;
+        input_size_ = fp != nullptr && fstat(fileno(fp), &st) == 0 ? int64_t(st.st_size) : 0;
+    }
+    return std::min(int64_t(member->size), std::max(input_size_ - source.offset, int64_t(0)));
+}
+
 int AR_FILE::member_format(AR_MEMBER* member)
 {
     SOURCE source;
     if (!open_source(member, &source))
         return 0;
     int format = 0;
-    if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, member)) {
+    if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, readable_size(source, member))) {
         format = object->format();
         delete object;
     }
