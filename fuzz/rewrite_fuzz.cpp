@@ -74,12 +74,16 @@ std::set<std::string> entries(const std::string& dir) {
     return names;
 }
 
-// A member's contents as far as they can be read.
+// A member's contents as far as they can be read; read in pieces, since its
+// size may claim far more than the file holds.
 std::string contents(AR_FILE& archive, AR_MEMBER* member) {
-    std::string bytes(size_t(member->size), '\0');
+    std::string bytes;
     FHM_FILE* file = member->size > 0 ? archive.open_member(member) : nullptr;
-    if (file != nullptr)
-        bytes.resize(fread(&bytes[0], 1, bytes.size(), file->fp()));
+    char chunk[65536];
+    for (size_t left = size_t(member->size), n = 1; file != nullptr && left > 0 && n > 0; left -= n) {
+        n = fread(chunk, 1, left < sizeof chunk ? left : sizeof chunk, file->fp());
+        bytes.append(chunk, n);
+    }
     archive.close_member(member, file);
     return bytes;
 }

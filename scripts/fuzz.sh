@@ -56,14 +56,16 @@ check_target() {
 }
 
 # Runs one target for $2 seconds; extra libFuzzer options follow. The exit
-# status is libFuzzer's: non-zero on a finding.
+# status is libFuzzer's: non-zero on a finding. Inputs are a few kilobytes,
+# so one allocation of more than 64 MB is a finding too: it means a size
+# read from the input was trusted beyond the bytes that hold it.
 fuzz() {
   local target=$1 seconds=$2
   shift 2
   mkdir -p "$build/corpus/$target" "$build/findings/$target"
   UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     "$build/fuzz/fuzz_$target" "$build/corpus/$target" "fuzz/corpus/$target" \
-      -dict=fuzz/arwren.dict -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+      -dict=fuzz/arwren.dict -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -malloc_limit_mb=64 \
       -print_final_stats=1 -artifact_prefix="$build/findings/$target/" "$@"
 }
 
