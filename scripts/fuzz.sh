@@ -43,7 +43,7 @@ need_clang() {
 do_build() {
   need_clang
   cmake -S . -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-        -DARWREN_SANITIZE=ON -DARWREN_FUZZ=ON -DARWREN_TESTS=OFF >/dev/null
+        -DARWREN_SANITIZE=ON -DARWREN_FUZZ=ON -DARWREN_TESTS=OFF -DARWREN_WERROR=ON >/dev/null
   cmake --build "$build" -j "$(nproc 2>/dev/null || echo 2)" \
         --target fuzz_seeds "${targets[@]/#/fuzz_}"
 }
