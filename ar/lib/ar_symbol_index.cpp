@@ -71,7 +71,8 @@ bool AR_FILE::find_symbols(AR_MEMBER* member)
         return true;
     bool fits = true;
     if (read_ahead(member, &source)) {
-        if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, readable_size(source, member))) {
+        const int64_t size = readable_size(source, member);
+        if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, size)) {
             fits = scan_symbols(member, object);
             delete object;
         }
@@ -155,7 +156,8 @@ int AR_FILE::member_format(AR_MEMBER* member)
     if (!open_source(member, &source))
         return 0;
     int format = 0;
-    if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, readable_size(source, member))) {
+    const int64_t size = readable_size(source, member);
+    if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, size)) {
         format = object->format();
         delete object;
     }
