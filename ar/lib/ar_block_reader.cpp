@@ -23,6 +23,20 @@ void AR_BLOCK_READER::attach(FHM_FILE* file, int64_t end, bool lend)
     length_ = 0;
 }
 
+// The block grows to what the files read need, up to BLOCK_SIZE: a small
+// archive or member file never costs a full block of memory.
+void AR_BLOCK_READER::reserve(size_t size)
+{
+    if (size <= capacity_ && block_ != nullptr)
+        return;
+    size_t capacity = 4096;
+    while (capacity < size)
+        capacity *= 2;
+    free(block_);
+    block_ = static_cast<unsigned char*>(safemalloc(capacity));
+    capacity_ = capacity;
+}
+
 long AR_BLOCK_READER::fetch(int64_t offset, size_t size, const unsigned char** bytes)
 {
     if (size > BLOCK_SIZE)
@@ -32,14 +46,13 @@ long AR_BLOCK_READER::fetch(int64_t offset, size_t size, const unsigned char** b
     const bool held = offset >= start_ && uint64_t(offset - start_) <= length_ &&
                       length_ - size_t(offset - start_) >= size;
     if (!held) {
-        if (block_ == nullptr)
-            block_ = static_cast<unsigned char*>(safemalloc(BLOCK_SIZE));
         if (lend_)
             file_->clear_view();
         length_ = 0;   // mutants: skip (only a read failing half way could tell)
         size_t want = BLOCK_SIZE;
         if (end_ >= 0 && end_ - offset < int64_t(want))
             want = end_ > offset ? size_t(end_ - offset) : 0;   // mutants: skip (0 at the end)
+        reserve(want);
         const long got = want > 0 ? file_->read_at(block_, want, uint64_t(offset)) : 0;
         if (got < 0)
             return -1;

@@ -34,9 +34,12 @@ public:
     long fetch(int64_t offset, size_t size, const unsigned char** bytes);
 
 private:
+    void reserve(size_t size);
+
     FHM_FILE* file_ = nullptr;
     bool lend_ = false;     // the block is lent to file_ as its view
     unsigned char* block_ = nullptr;
+    size_t capacity_ = 0;   // bytes allocated for block_
     int64_t end_ = -1;      // no read beyond this position; -1: none known
     int64_t start_ = 0;     // file position of the block's first byte
     size_t length_ = 0;     // bytes of the file in the block

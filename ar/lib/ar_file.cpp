@@ -2,6 +2,8 @@
 // one error door of the archive library.
 #include "ar/lib/ar_file.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -191,12 +193,23 @@ void AR_FILE::drop_pool()
 
 // A caller's handle is lent no blocks: the caller may close it before the
 // archive is done with.
+// The size of an open regular file, or -1 for anything else (a pipe, a
+// device) or when it cannot be found.
+int64_t AR_FILE::regular_file_size(FHM_FILE* file)
+{
+    FILE* fp = file != nullptr ? file->fp() : nullptr;
+    struct stat st;
+    if (fp == nullptr || fstat(fileno(fp), &st) != 0 || !S_ISREG(st.st_mode))
+        return -1;
+    return int64_t(st.st_size);
+}
+
 void AR_FILE::set_input(FHM_FILE* file, bool owned)
 {
     input_ = file;
     owns_input_ = owned && file != nullptr;
-    input_size_ = -1;
-    input_blocks_.attach(file, -1, owns_input_);
+    input_size_ = regular_file_size(file);
+    input_blocks_.attach(file, input_size_, owns_input_);
 }
 
 // The field is cleared before the stream is closed so that a signal handler

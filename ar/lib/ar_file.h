@@ -160,9 +160,10 @@ private:
     AR_CONTENT_POOL pool_;                // member files' contents kept for the copy
     AR_BLOCK_READER pool_blocks_;
     bool missing_;                        // the archive file did not exist
-    int64_t input_size_;                  // the input archive's size; -1 until known
+    int64_t input_size_;                  // the input archive's size; -1 if not a regular file
 
     void set_input(FHM_FILE* file, bool owned);
+    static int64_t regular_file_size(FHM_FILE* file);
     void drop_pool();
     bool seek_input(int64_t offset);
     bool input_holds(int64_t offset, int64_t size);

@@ -2,10 +2,7 @@
 // member order and, within a member, in symbol-table order. It is built
 // afresh every time the archive is written and deliberately neither sorted
 // nor de-duplicated.
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "ar/lib/ar_file.h"
@@ -140,13 +137,8 @@ void AR_FILE::append_symbol(char* name, AR_MEMBER* member, int32_t offset)
 // exist. (The copy still finds the member short and fails the rewrite.)
 int64_t AR_FILE::readable_size(const SOURCE& source, const AR_MEMBER* member)
 {
-    if (source.file != input_)
+    if (source.file != input_ || input_size_ < 0)
         return member->size;
-    if (input_size_ < 0) {
-        FILE* fp = input_->fp();
-        struct stat st;
-        input_size_ = fp != nullptr && fstat(fileno(fp), &st) == 0 ? int64_t(st.st_size) : 0;
-    }
     return std::min(int64_t(member->size), std::max(input_size_ - source.offset, int64_t(0)));
 }
 
