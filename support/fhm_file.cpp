@@ -34,8 +34,10 @@ long FHM_FILE::read_at(void* buffer, size_t n, uint64_t position) {
         return static_cast<long>(n);
     }
     FILE* stream = fp();
-    if (stream == nullptr || (!is_read_only() && fflush(stream) != 0))
+    if (stream == nullptr || (!is_read_only() && fflush(stream) != 0)) {
+        read_failed_ = true;
         return -1;
+    }
     const int descriptor = fileno(stream);
     char* out = static_cast<char*>(buffer);
     size_t got = 0;
@@ -43,8 +45,10 @@ long FHM_FILE::read_at(void* buffer, size_t n, uint64_t position) {
         const ssize_t r = pread(descriptor, out + got, n - got, static_cast<off_t>(position + got));
         if (r < 0 && errno == EINTR)
             continue;
-        if (r < 0)
+        if (r < 0) {
+            read_failed_ = true;
             return -1;
+        }
         if (r == 0)
             break;
         got += static_cast<size_t>(r);

@@ -27,8 +27,11 @@ public:
     // stream's descriptor, after flushing what a stream open for writing
     // holds. Returns the count read (short at the end of the file), or -1
     // when the read failed or cannot be made this way (a stream that cannot
-    // be reopened, or one open for writing only).
+    // be reopened, or one open for writing only); that failure is also
+    // remembered (read_failed), since the readers above the file's views
+    // carry on with zeros where the bytes should be.
     long read_at(void* buffer, size_t n, uint64_t position);
+    bool read_failed() const { return read_failed_; }
     // Lends the file's bytes [offset, offset + length) from memory, so that
     // read_at serves them without a system call. The bytes stay the
     // caller's and must outlive the view or the next set_view.
@@ -53,6 +56,7 @@ private:
     int open_slot_ = -1;
     bool position_saved_ = false;  // fgetpos succeeded at the last eviction
     bool close_failed_ = false;    // closing at an eviction lost buffered output
+    bool read_failed_ = false;     // a read_at failed
     const unsigned char* view_ = nullptr;  // the file's bytes from view_offset_ on, lent
     uint64_t view_offset_ = 0;
     size_t view_length_ = 0;

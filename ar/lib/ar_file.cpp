@@ -243,9 +243,9 @@ bool AR_FILE::open_source(AR_MEMBER* member, SOURCE* source)
 // object-file reader finds them through the file's view: a member file is
 // read whole in one read and, when an archive is being written, kept for
 // the copy; a member of the input archive is read with the block around it.
-// A failed read of the input stops the member. What cannot be read whole
-// from a member file is read again where it is needed, which reports the
-// failure there, as an unreadable or shortened member file always has been.
+// A failed read of the input stops the member; a failed read of a member
+// file is left for the caller to find on the file. A member file found
+// shorter than its size is not kept: the copy reads it again and reports it.
 bool AR_FILE::read_ahead(AR_MEMBER* member, SOURCE* source)
 {
     const unsigned char* bytes = nullptr;

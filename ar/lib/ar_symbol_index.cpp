@@ -60,22 +60,30 @@ bool AR_FILE::build_symbol_table()
 
 // A member that cannot be opened or is no object file adds nothing; opening
 // has already reported its own failure. Its contents are read in memory
-// first; the bytes of a member file may stay there for the copy.
+// first; the bytes of a member file may stay there for the copy. A read
+// that failed on the way fails the rewrite: the object-file reader goes on
+// with zeros in place of the bytes, and the index would lack the member's
+// symbols without a word.
 bool AR_FILE::find_symbols(AR_MEMBER* member)
 {
     SOURCE source;
     if (!open_source(member, &source))
         return true;
-    bool fits = true;
-    if (read_ahead(member, &source)) {
+    bool ok = read_ahead(member, &source);
+    if (ok) {
         const int64_t size = readable_size(source, member);
         if (OFE::OBJECT_FILE* object = object_at(source.file, source.offset, size)) {
-            fits = scan_symbols(member, object);
+            ok = scan_symbols(member, object);
             delete object;
         }
     }
+    if (ok && source.file->read_failed()) {
+        set_error(AR_FILE_READ_ERROR, "Cannot read file: '%s'",
+                  member->path != nullptr ? member->path : name_);
+        ok = false;
+    }
     close_source(source);
-    return fits;
+    return ok;
 }
 
 // Each symbol is dropped from the object file's cache as soon as it has been

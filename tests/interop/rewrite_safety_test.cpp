@@ -154,7 +154,7 @@ TEST_F(REWRITE_SAFETY, UnreadableMemberFileKeepsOldArchive) {
     scratch_.subdir("src/m1005.bin.dir");
     RUN_RESULT r = run({"rq", archive_, "m1000.bin", "m1005.bin.dir"});
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "  -->  error: Error writing archive\n");
+    EXPECT_EQ(r.err, "  -->  error: Cannot read file: 'm1005.bin.dir'\n");
     expect_archive_is({old_});
 }
 
