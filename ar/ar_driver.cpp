@@ -187,7 +187,10 @@ int report_not_found(const AR_OPTIONS* options) {
 void ar_error_exit(AR_FILE* archive, AR_ERROR_CODE, const char* message) {
     if (archive != nullptr)
         archive->cleanup();
-    front_error_exit("%s", message);
+    front_error("%s", message);
+    if (archive != nullptr)
+        warn_left_behind(archive);
+    exit(1);
 }
 
 void run_archiver(int argc, char** argv) {

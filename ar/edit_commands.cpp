@@ -108,11 +108,17 @@ void build_archive(AR_FILE* archive, AR_OPTIONS* options) {
         printf("  ==>  building archive '%s'\n", options->archive);
     if (!archive->write_archive(static_cast<AR_ABI>(options->format)))
         exit(1);  // the error callback has reported it already
+    warn_left_behind(archive);
     if (!options->symbols)
         return;
     // The index is listed even in quiet mode: it was asked for explicitly.
     for (AR_SYMBOL* symbol = archive->first_symbol(); symbol != nullptr; symbol = symbol->next)
         printf("  ==>  symbol defined: '%s'\n", symbol->name);
+}
+
+void warn_left_behind(const AR_FILE* archive) {
+    for (int i = 0; archive->left_behind(i) != nullptr; i++)
+        front_warning("temporary file left behind: '%s'", archive->left_behind(i));
 }
 
 void replace_members(AR_OPTIONS* options, AR_FILE* archive) {

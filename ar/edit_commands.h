@@ -10,6 +10,9 @@ void add_files(AR_OPTIONS* options, AR_FILE* archive);
 // Rewrites the archive in the chosen format and lists its symbol index on s.
 void build_archive(AR_FILE* archive, AR_OPTIONS* options);
 
+// Warns about each temporary file of the rewrite that stayed behind.
+void warn_left_behind(const AR_FILE* archive);
+
 // r and ru: refreshes selected members from their files, appends the rest.
 void replace_members(AR_OPTIONS* options, AR_FILE* archive);
 

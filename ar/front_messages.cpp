@@ -7,13 +7,14 @@
 namespace {
 
 constexpr char kErrorPrefix[] = "  -->  error: ";
+constexpr char kWarningPrefix[] = "  -->  warning: ";
 constexpr char kProgressFormat[] = "  ==>  %s '%s'\n";
 
-void write_error(const char* format, va_list args) {
+void write_line(const char* prefix, const char* format, va_list args) {
     // Progress written so far comes out before the error when both streams
     // share a terminal or a file.
     fflush(stdout);
-    fputs(kErrorPrefix, stderr);
+    fputs(prefix, stderr);
     vfprintf(stderr, format, args);
     fputc('\n', stderr);
 }
@@ -23,7 +24,7 @@ void write_error(const char* format, va_list args) {
 void front_error_exit(const char* format, ...) {
     va_list args;
     va_start(args, format);
-    write_error(format, args);
+    write_line(kErrorPrefix, format, args);
     va_end(args);
     exit(1);
 }
@@ -31,7 +32,14 @@ void front_error_exit(const char* format, ...) {
 void front_error(const char* format, ...) {
     va_list args;
     va_start(args, format);
-    write_error(format, args);
+    write_line(kErrorPrefix, format, args);
+    va_end(args);
+}
+
+void front_warning(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    write_line(kWarningPrefix, format, args);
     va_end(args);
 }
 

@@ -51,8 +51,9 @@ bool AR_CONTENT_POOL::finish_keeping()
 // ".pool" added, exclusively, so that no file of anyone else's is ever
 // touched, and its name is taken away at once: nothing is left behind
 // whatever happens next, and a signal in between finds the flag set and
-// removes it. The handle is locked, since a file without a name could not
-// be reopened after an eviction.
+// removes it. A name that cannot be taken away at once is tried again when
+// the pool is done with. The handle is locked, since a file without a name
+// could not be reopened after an eviction.
 bool AR_CONTENT_POOL::make_file(const char* beside)
 {
     failed_ = true;
@@ -64,8 +65,8 @@ bool AR_CONTENT_POOL::make_file(const char* beside)
     file_ = fhm_open(name_, "w+bx");
     if (file_ != nullptr) {
         named_ = 1;
-        unlink(name_);
-        named_ = 0;
+        if (unlink(name_) == 0)
+            named_ = 0;
     }
     FILE* fp = file_ != nullptr ? file_->fp() : nullptr;
     if (fp == nullptr)
@@ -85,8 +86,18 @@ int64_t AR_CONTENT_POOL::take(const AR_MEMBER* member)
     return entries_[next_++].offset;
 }
 
+bool AR_CONTENT_POOL::remove_name()
+{
+    if (!named_)
+        return true;
+    const bool removed = unlink(name_) == 0;
+    named_ = 0;
+    return removed;
+}
+
 void AR_CONTENT_POOL::clear()
 {
+    remove_name();
     if (file_ != nullptr)
         fhm_close(file_);
     file_ = nullptr;

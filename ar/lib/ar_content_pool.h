@@ -40,7 +40,13 @@ public:
     // taken in the order they were kept, the order both passes walk in.
     int64_t take(const AR_MEMBER* member);
     FHM_FILE* file() const { return file_; }
-    // Closes the file, which then disappears.
+    // Takes the file's name away if it could not be taken when the file was
+    // made; false when it cannot be now either, and the file stays behind
+    // under name().
+    bool remove_name();
+    const char* name() const { return name_; }
+    // Closes the file, which then disappears (its name too, if it still has
+    // one and it can be removed).
     void clear();
     // Removes the file's name if a signal came between making and unlinking
     // it; only unlink(), so it is safe in a signal handler.

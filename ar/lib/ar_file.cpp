@@ -27,8 +27,9 @@ AR_FILE::AR_FILE(const char* name, FHM_FILE* handle, AR_ERROR_CALLBACK callback)
       last_member_(nullptr), has_name_table_(false), name_table_(nullptr),
       name_table_size_(0), first_symbol_(nullptr), last_symbol_(nullptr), symbol_count_(0),
       symbol_table_size_(0), symbol_data_(nullptr), long_name_size_(0), moved_aside_(0),
-      output_live_(0), final_name_(nullptr), temp_name_(nullptr), output_(nullptr),
-      callback_(callback), output_buffer_(nullptr), errors_(0), missing_(false), input_size_(-1)
+      output_live_(0), restore_failed_(0), final_name_(nullptr), temp_name_(nullptr),
+      output_(nullptr), callback_(callback), output_buffer_(nullptr), errors_(0),
+      missing_(false), input_size_(-1), left_behind_(), left_count_(0)
 {
     name_ = zone_.strdup(name);
     if (input_ == nullptr) {
@@ -188,7 +189,20 @@ int AR_FILE::copy_member(AR_MEMBER* member, FHM_FILE* to)
 void AR_FILE::drop_pool()
 {
     pool_blocks_.attach(nullptr);
+    if (!pool_.remove_name())
+        note_left_behind(pool_.name());
     pool_.clear();
+}
+
+void AR_FILE::note_left_behind(const char* name)
+{
+    if (left_count_ < LEFT_BEHIND_MAX)
+        left_behind_[left_count_++] = zone_.strdup(name);
+}
+
+const char* AR_FILE::left_behind(int i) const
+{
+    return i >= 0 && i < left_count_ ? left_behind_[i] : nullptr;
 }
 
 // A caller's handle is lent no blocks: the caller may close it before the

@@ -99,6 +99,10 @@ public:
     // from a signal handler.
     void cleanup();
     void restore_files();   // cleanup's file part, safe in a signal handler
+    // The files of this run that could not be removed (the old archive moved
+    // aside, the content pool's file) or put back (the old archive, when the
+    // rename back failed), for the caller to warn about: the i-th, or null.
+    const char* left_behind(int i) const;
 
     // Symbol index.
     // Each returns false once the index has grown past the member size limit.
@@ -149,6 +153,7 @@ private:
     // at any instruction: each flag is set before the step it guards.
     volatile sig_atomic_t moved_aside_;   // the old archive may lie under temp_name_
     volatile sig_atomic_t output_live_;   // the file under final_name_ is ours to delete
+    volatile sig_atomic_t restore_failed_;  // the old archive stayed under temp_name_
     char* final_name_;
     char* temp_name_;
     FHM_FILE* volatile output_;
@@ -161,10 +166,14 @@ private:
     AR_BLOCK_READER pool_blocks_;
     bool missing_;                        // the archive file did not exist
     int64_t input_size_;                  // the input archive's size; -1 if not a regular file
+    static constexpr int LEFT_BEHIND_MAX = 2;   // the old archive and the pool's file
+    const char* left_behind_[LEFT_BEHIND_MAX];
+    int left_count_;
 
     void set_input(FHM_FILE* file, bool owned);
     static int64_t regular_file_size(FHM_FILE* file);
     void drop_pool();
+    void note_left_behind(const char* name);
     bool seek_input(int64_t offset);
     bool input_holds(int64_t offset, int64_t size);
     bool read_input(int32_t offset, void* data, int64_t size);

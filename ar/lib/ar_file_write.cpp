@@ -400,12 +400,15 @@ bool AR_FILE::finish_new_archive()
 }
 
 // The moved-aside flag is cleared only after the old file is gone: until
-// then a signal still finds and restores it.
+// then a signal still finds and restores it. An old archive that cannot be
+// removed stays under its temporary name beside the new one, and is named
+// to the caller.
 void AR_FILE::remove_old_archive()
 {
     close_input_ar();
     if (moved_aside_) {
-        fn_delete(temp_name_);
+        if (fn_delete(temp_name_) != 0)
+            note_left_behind(temp_name_);
         moved_aside_ = 0;
     }
     name_ = final_name_;
@@ -424,7 +427,8 @@ void AR_FILE::restore_files()
         output_live_ = 0;
     }
     if (moved_aside_) {
-        rename(temp_name_, final_name_);
+        if (rename(temp_name_, final_name_) != 0)
+            restore_failed_ = 1;
         moved_aside_ = 0;
     }
 }
@@ -436,6 +440,10 @@ void AR_FILE::cleanup()
     restore_files();
     if (was_moved)
         name_ = final_name_;
+    if (restore_failed_) {
+        note_left_behind(temp_name_);
+        restore_failed_ = 0;
+    }
     FHM_FILE* output = output_;
     output_ = nullptr;
     if (output != nullptr)
