@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -26,11 +27,19 @@ struct FILE_STATUS {
 };
 
 // A size beyond 32 bits is held at the largest value, so that writing
-// refuses it as too large instead of storing a wrapped size.
+// refuses it as too large instead of storing a wrapped size. Only a file
+// that is not there is missing: one whose status cannot be read ends the
+// run before the archive is touched, as its contents could not be read
+// either.
 FILE_STATUS file_status(const char* path) {
     struct stat info;
-    if (path == nullptr || stat(path, &info) != 0)
+    if (path == nullptr)
         return FILE_STATUS{false, 0, 0};
+    if (stat(path, &info) != 0) {
+        if (errno != ENOENT && errno != ENOTDIR)
+            front_error_exit("Cannot open file: '%s'", path);
+        return FILE_STATUS{false, 0, 0};
+    }
     int64_t size = info.st_size;
     if (size > INT32_MAX)
         size = INT32_MAX;
@@ -70,7 +79,9 @@ bool escapes_current_dir(const AR_MEMBER* member, const char* path) {
 }
 
 // The member is written in a few large pieces, so the output stream needs
-// no buffer of its own (sizing one would cost a status query per file).
+// no buffer of its own (sizing one would cost a status query per file). A
+// file that could not be written whole is removed: left in place, it would
+// pass for the member to anyone who does not see the message.
 void extract_member(AR_FILE* archive, AR_MEMBER* member, const char* path, bool verbose) {
     FHM_FILE* output = escapes_current_dir(member, path) ? nullptr : fhm_open(path, "wb");
     if (output == nullptr)
@@ -79,12 +90,15 @@ void extract_member(AR_FILE* archive, AR_MEMBER* member, const char* path, bool 
     if (verbose)
         front_progress("extract", path);
     int result = archive->copy_member(member, output);
+    bool closed = fhm_close(output) == 0;
+    if (result == 0 && closed)
+        return;
+    remove(path);
     if (result == AR_FILE_READ_ERROR)
         front_error_exit("read error");
     if (result == AR_WRITE_ERROR)
         front_error_exit("write error");
-    if (fhm_close(output) != 0)
-        front_error_exit("write error");
+    front_error_exit("cannot write '%s'", path);
 }
 
 }  // namespace
