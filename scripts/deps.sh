@@ -5,7 +5,7 @@ set -euo pipefail
 
 need_cmds=(cmake:cmake g++:g++ clang++:clang make:make ninja:ninja-build
            ar:binutils nm:binutils readelf:binutils llvm-ar:llvm arm-none-eabi-gcc:gcc-arm-none-eabi
-           arm-none-eabi-ar:binutils-arm-none-eabi)
+           arm-none-eabi-ar:binutils-arm-none-eabi strace:strace)
 need_files=(/usr/lib/x86_64-linux-gnu/cmake/GTest/GTestConfig.cmake:libgtest-dev
             /usr/lib/arm-none-eabi/newlib/libc.a:libnewlib-arm-none-eabi
             /usr/lib/arm-none-eabi/newlib/libstdc++.a:libstdc++-arm-none-eabi-newlib)
