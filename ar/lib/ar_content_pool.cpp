@@ -97,7 +97,6 @@ bool AR_CONTENT_POOL::remove_name()
 
 void AR_CONTENT_POOL::clear()
 {
-    remove_name();
     if (file_ != nullptr)
         fhm_close(file_);
     file_ = nullptr;

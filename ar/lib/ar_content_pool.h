@@ -42,11 +42,10 @@ public:
     FHM_FILE* file() const { return file_; }
     // Takes the file's name away if it could not be taken when the file was
     // made; false when it cannot be now either, and the file stays behind
-    // under name().
+    // under name(). Called before clear() by the pool's owner, who reports it.
     bool remove_name();
     const char* name() const { return name_; }
-    // Closes the file, which then disappears (its name too, if it still has
-    // one and it can be removed).
+    // Closes the file, which then disappears.
     void clear();
     // Removes the file's name if a signal came between making and unlinking
     // it; only unlink(), so it is safe in a signal handler.

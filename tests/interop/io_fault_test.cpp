@@ -75,10 +75,26 @@ std::pair<int, int> count_calls(const std::vector<std::string>& trace, const std
     return {before, after};
 }
 
+// The faults each call is given: EIO once; for writes also ENOSPC once (a
+// full disk); for unlink also EIO from then on, since a name that cannot be
+// removed is tried again.
+struct FAULT {
+    std::string error, then;   // then: "+" for every later call as well
+};
+
+std::vector<FAULT> faults_for(const std::string& syscall) {
+    std::vector<FAULT> faults{{"EIO", ""}};
+    if (syscall.find("write") != std::string::npos)
+        faults.push_back({"ENOSPC", ""});
+    if (syscall == "unlink")
+        faults.push_back({"EIO", "+"});
+    return faults;
+}
+
 struct INJECTION {
-    INJECTION(const std::string& s, const std::string& e, int call)
-        : syscall(s), error(e), n(call) {}
-    std::string syscall, error;
+    INJECTION(const std::string& s, const FAULT& f, int call) : syscall(s), fault(f), n(call) {}
+    std::string syscall;
+    FAULT fault;
     int n;
     std::unique_ptr<SCRATCH_DIR> dir = std::make_unique<SCRATCH_DIR>();
     std::unique_ptr<CHILD_PROCESS> child;
@@ -86,23 +102,30 @@ struct INJECTION {
 };
 
 // Every file of the directory but the expected ones is one that a warning
-// names.
+// names, and every file a warning names is there.
 void expect_only(const SCRATCH_DIR& dir, const std::string& sub,
                  const std::vector<std::string>& expected, const std::string& err) {
+    size_t warnings = 0;
     for (const std::string& name : dir.names(sub)) {
         if (std::find(expected.begin(), expected.end(), name) != expected.end())
             continue;
         const std::string warning = kLeftBehind + std::string("../") + sub + "/" + name + "'\n";
         EXPECT_NE(err.find(warning), std::string::npos) << name << " left without a word";
+        ++warnings;
     }
+    size_t said = 0;
+    for (size_t at = err.find(kLeftBehind); at != std::string::npos;
+         at = err.find(kLeftBehind, at + 1))
+        ++said;
+    EXPECT_EQ(said, warnings) << "a warning about a file that is not there";
 }
 
 void check(const INJECTION& j, const COMMAND& c, const FILES& files,
            const std::string& rewritten) {
     const RUN_RESULT& r = j.result;
     SCOPED_TRACE(std::string(c.name) + ": " + j.syscall + " call " + std::to_string(j.n) +
-                 " fails with " + j.error + "\nstatus " + std::to_string(r.status) +
-                 ", stderr: " + r.err);
+                 j.fault.then + " fails with " + j.fault.error + "\nstatus " +
+                 std::to_string(r.status) + ", stderr: " + r.err);
     ASSERT_TRUE(r.status == 0 || r.status == 1);
     if (r.status == 1) {
         EXPECT_NE(r.err, "") << "no message";
@@ -134,8 +157,8 @@ void run_all(std::vector<INJECTION>& jobs, const COMMAND& c, const FILES& files)
             files.lay_out(*j.dir);
             RUN_OPTIONS options;
             options.cwd = j.dir->path(c.cwd);
-            const std::string inject =
-                "inject=" + j.syscall + ":error=" + j.error + ":when=" + std::to_string(j.n);
+            const std::string inject = "inject=" + j.syscall + ":error=" + j.fault.error +
+                                       ":when=" + std::to_string(j.n) + j.fault.then;
             j.child = std::make_unique<CHILD_PROCESS>(
                 traced({"-o", "/dev/null", "-e", "trace=" + j.syscall, "-e", inject}, c), options);
         }
@@ -144,22 +167,27 @@ void run_all(std::vector<INJECTION>& jobs, const COMMAND& c, const FILES& files)
     }
 }
 
-TEST(IoFaults, EveryFailedCallKeepsTheOldArchiveOrWritesTheNewOne) {
+class IO_FAULTS : public ::testing::Test {
+protected:
+    void SetUp() override {
 #ifdef __SANITIZE_ADDRESS__
-    // The sanitizer's runtime probes memory with writes to a pipe of its own,
-    // dozens per run, which would be failed in turn too, and its leak checker
-    // cannot work under a tracer.
-    GTEST_SKIP() << "run in the build without sanitizers";
+        // The sanitizer's runtime probes memory with writes to a pipe of its
+        // own, dozens per run, which would be failed in turn too, and its
+        // leak checker cannot work under a tracer.
+        GTEST_SKIP() << "run in the build without sanitizers";
 #endif
-    ASSERT_TRUE(have_tool("strace", "strace"));
-    FILES files;
-    {
+        ASSERT_TRUE(have_tool("strace", "strace"));
         SCRATCH_DIR base;
-        base.write("m1.o", files.old_m1, 1400000000);
-        base.write("m2.o", files.m2, 1400000000);
+        base.write("m1.o", files_.old_m1, 1400000000);
+        base.write("m2.o", files_.m2, 1400000000);
         ASSERT_EQ(run_arwren({"rq", "lib.a", "m1.o", "m2.o"}, base.dir()).status, 0);
-        files.archive = base.read("lib.a");
+        files_.archive = base.read("lib.a");
     }
+
+    FILES files_;
+};
+
+TEST_F(IO_FAULTS, EveryFailedCallKeepsTheOldArchiveOrWritesTheNewOne) {
     const COMMAND commands[] = {
         {"r", {"rq", kArchive, "m1.o", "m3.o"}, "src"},
         {"a", {"aq", kArchive, "m3.o"}, "src"},
@@ -173,35 +201,56 @@ TEST(IoFaults, EveryFailedCallKeepsTheOldArchiveOrWritesTheNewOne) {
         SCOPED_TRACE(c.name);
         // A run without faults: the calls to fail, and the archive to expect.
         SCRATCH_DIR clean;
-        files.lay_out(clean);
+        files_.lay_out(clean);
         RUN_OPTIONS options;
         options.cwd = clean.path(c.cwd);
         const std::string trace_file = clean.path("trace");
         RUN_RESULT r =
             run_process(traced({"-o", trace_file, "-e", "trace=" + trace_set}, c), options);
         ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out + r.err, "");
         const std::string rewritten = clean.read("arc/lib.a");
-        ASSERT_EQ(rewritten == files.archive, c.args[0] == "x");
+        ASSERT_EQ(rewritten == files_.archive, c.args[0] == "x");
         const std::vector<std::string> trace = lines_of(clean.read("trace"));
         std::vector<INJECTION> jobs;
         std::string counts;
         for (const std::string& s : kSyscalls) {
             const std::pair<int, int> calls = count_calls(trace, s);
-            std::vector<std::string> errors{"EIO"};
-            if (s.find("write") != std::string::npos)
-                errors.push_back("ENOSPC");   // a full disk
-            for (const std::string& error : errors) {
+            const std::vector<FAULT> faults = faults_for(s);
+            for (const FAULT& fault : faults) {
                 for (int n = calls.first + 1; n <= calls.first + calls.second; ++n)
-                    jobs.emplace_back(s, error, n);
+                    jobs.emplace_back(s, fault, n);
             }
-            counts += " " + s + " " + std::to_string(calls.second);
-            counts += errors.size() > 1 ? " (x2)" : "";
+            counts += " " + s + " " + std::to_string(calls.second) + "x" +
+                      std::to_string(faults.size());
         }
         std::cout << c.name << ": " << jobs.size() << " injections:" << counts << "\n";
-        run_all(jobs, c, files);
+        run_all(jobs, c, files_);
         for (const INJECTION& j : jobs)
-            check(j, c, files, rewritten);
+            check(j, c, files_, rewritten);
     }
+}
+
+// The worst case: the first write of the new archive fails, and then so does
+// the rename that puts the old one back. The old archive is not lost: it
+// stays under the temporary name, and the warning gives that name.
+TEST_F(IO_FAULTS, OldArchiveThatCannotBePutBackIsNamed) {
+    SCRATCH_DIR dir;
+    files_.lay_out(dir);
+    RUN_OPTIONS options;
+    options.cwd = dir.path("src");
+    const COMMAND d{"d", {"dq", kArchive, "m1.o"}, "src"};
+    RUN_RESULT r = run_process(traced({"-o", "/dev/null", "-e", "trace=write,rename", "-e",
+                                       "inject=write:error=EIO:when=1", "-e",
+                                       "inject=rename:error=EIO:when=2"},
+                                      d),
+                               options);
+    EXPECT_EQ(r.status, 1);
+    const std::vector<std::string> left = dir.names("arc");
+    ASSERT_EQ(left.size(), 1u) << r.err;
+    const std::string warning = kLeftBehind + std::string("../arc/") + left[0] + "'\n";
+    EXPECT_EQ(r.err, "  -->  error: Error writing archive\n" + warning);
+    EXPECT_TRUE(dir.read("arc/" + left[0]) == files_.archive);
 }
 
 }  // namespace
