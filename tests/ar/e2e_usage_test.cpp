@@ -1,8 +1,13 @@
-// The binary's answers to bad or incomplete command lines: usage texts,
-// key errors and archive name problems.
-#include "front_run.h"
+// The binary's answers to command lines and command files: usage texts, key
+// errors, archive names, the command-file grammar and fatal signals.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "e2e_run.h"
 
 namespace {
+
+using namespace std::string_literals;
 
 const std::string kFullUsage = kShortUsage +
     "\n Commands : (only one may be selected)\n"
@@ -22,61 +27,131 @@ const std::string kFullUsage = kShortUsage +
 
 const std::string kError = "  -->  error: ";
 
-struct MESSAGE_CASE {
-    std::vector<std::string> args;
-    std::string out;
-    std::string err;
-    int status;
-};
-
-TEST(UsageEndToEnd, UsageAndKeyErrors) {
-    SCRATCH_DIR dir;
-    const MESSAGE_CASE cases[] = {
-        {{}, kShortUsage, "", 1},
-        {{"h"}, kFullUsage, "", 1},
-        {{"-?", "lib.a"}, kFullUsage, "", 1},
-        {{"th"}, kFullUsage, "", 1},       // help wins as soon as it is read
-        {{"tHh", "x"}, "", kError + "bad option 'H'\n", 1},
-        {{"t!", "x"}, "", kError + "bad option '!'\n", 1},
-        {{"q", "lib.a"}, kShortUsage, "", 1},  // no command letter
-        {{"--", "lib.a"}, kShortUsage, "", 1},
-        {{"ua", "lib.a"}, "", kError + "only one of [arxdt] allowed\n", 1},
-        {{"tx", "lib.a"}, "", kError + "only one of [arxdt] allowed\n", 1},
-        {{"t"}, "", kError + "must specify an archive\n", 1},
-        {{"@missing.cmd"}, "", kError + "cannot open 'missing.cmd'\n", 1},
-        {{"-@missing.cmd"}, "", kError + "cannot open 'missing.cmd'\n", 1},
+TEST(UsageEndToEnd, UsageKeysAndArchiveNames) {
+    const std::vector<E2E_FILE> files = {{"junk.a", "!<arch>"}, {"dir.x/f", ""}};
+    const std::string junk = kError + "'junk.a' is not an archive\n";
+    const struct {
+        std::vector<std::string> args;
+        std::string out, err;
+    } cases[] = {
+        {{}, kShortUsage, ""},
+        {{"h"}, kFullUsage, ""},
+        {{"-?", "lib.a"}, kFullUsage, ""},
+        {{"th"}, kFullUsage, ""},   // help wins as soon as it is read
+        {{"tHh", "x"}, "", kError + "bad option 'H'\n"},
+        {{"t!", "x"}, "", kError + "bad option '!'\n"},
+        {{"q", "lib.a"}, kShortUsage, ""},   // no command letter
+        {{"--", "lib.a"}, kShortUsage, ""},
+        {{"ua", "lib.a"}, "", kError + "only one of [arxdt] allowed\n"},
+        {{"tx", "lib.a"}, "", kError + "only one of [arxdt] allowed\n"},
+        {{"t"}, "", kError + "must specify an archive\n"},
+        {{"@missing.cmd"}, "", kError + "cannot open 'missing.cmd'\n"},
+        {{"-@missing.cmd"}, "", kError + "cannot open 'missing.cmd'\n"},
+        {{"t", "lib"}, "", kError + "cannot open archive: 'lib.lib'\n"},
+        {{"x", "lib.a"}, "", kError + "cannot open archive: 'lib.a'\n"},
+        {{"d", "dir.x/lib", "f"}, "", kError + "cannot open archive: 'dir.x/lib.lib'\n"},
+        {{"t", std::string(600, 'n')}, "", kError + "cannot open archive: '" + std::string(495, 'n') + ".lib'\n"},
+        {{"t", "junk.a"}, "", junk},   // one byte short of the magic
+        {{"x", "junk.a"}, "", junk},
+        {{"d", "junk.a", "x"}, "", junk},
     };
-    for (const MESSAGE_CASE& c : cases)
-        expect_run(dir, c.args, c.out, c.err, c.status);
+    for (const auto& c : cases)
+        run_case({c.args.empty() ? "no arguments" : c.args[0], files, c.args, c.out, c.err, 1, {}});
 }
 
 TEST(UsageEndToEnd, ToolVersion) {
     SCRATCH_DIR dir;
     RUN_RESULT result = run_arwren({"--toolversion", "ignored"}, dir.dir());
-    std::string product = "WREN Archiver                           v1.0.0 release\n";
-    EXPECT_EQ(result.out.substr(0, product.size()), product);
-    EXPECT_EQ(result.out.substr(product.size(), 13), "Build Number ");
+    const std::string head = "WREN Archiver                           v1.0.0 release\nBuild Number ";
+    EXPECT_EQ(result.out.substr(0, head.size()), head);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.status, 0);
 }
 
-TEST(UsageEndToEnd, ArchiveNameAndExistence) {
-    SCRATCH_DIR dir;
-    dir.write("junk.a", "!<arch>");  // one byte short of the magic
-    dir.subdir("dir.x");
-    const MESSAGE_CASE cases[] = {
-        {{"t", "lib"}, "", kError + "cannot open archive: 'lib.lib'\n", 1},
-        {{"x", "lib.a"}, "", kError + "cannot open archive: 'lib.a'\n", 1},
-        {{"d", "dir.x/lib", "f"}, "", kError + "cannot open archive: 'dir.x/lib.lib'\n", 1},
-        {{"t", std::string(600, 'n')}, "",
-         kError + "cannot open archive: '" + std::string(495, 'n') + ".lib'\n", 1},
-        {{"t", "junk.a"}, "", kError + "'junk.a' is not an archive\n", 1},
-        {{"x", "junk.a"}, "", kError + "'junk.a' is not an archive\n", 1},
-        {{"d", "junk.a", "x"}, "", kError + "'junk.a' is not an archive\n", 1},
+std::string listed(const std::string& name) {
+    return toc_text("         1   Thu Jan  1 00:00:00 1970    " + name + "\n");
+}
+
+TEST(CommandFileEndToEnd, TokensQuotesCommentsAndFailures) {
+    const std::string nul = kError + "NUL byte in command file 'cmds'\n";
+    const struct {
+        std::string text, out, err;
+        int status;
+    } cases[] = {
+        {"t lib.a \"b c.o\"\n", listed("b c.o"), "", 0},
+        {"/* key */ t /* archive */\nlib.a a/*joined*/.o ; end\n", listed("a.o"), "", 0},
+        {"t lib.a -v a.o\n", "  -->  warning: option -v ignored in file list\n" + listed("a.o"), "", 0},
+        {"t lib a.o", "", kError + "cannot open archive: 'lib.lib'\n", 1},
+        {"tz lib.a", "", kError + "bad option 'z'\n", 1},
+        {"; a\n# b\n/* c */\n", kShortUsage, "", 1},
+        {"t\n", kShortUsage, "", 1},
+        {"t lib.a /* a.o", "", ">> Unterminated comment in command file; aborting!\n", 255},
+        {"t lib.a \"a\tb\nc\n", "",
+         ">> Unterminated quote in command file; aborting\n   Quote starts at \"a\\tb\\nc\n", 255},
+        {"t lib.a \"" + std::string(40, 'q'), "",
+         ">> Unterminated quote in command file; aborting\n   Quote starts at \"" + std::string(30, 'q') + "\n", 255},
+        {"t lib.a a\0.o\n"s, "", nul, 1},
+        {"t\0 lib.a\n"s, "", nul, 1},
     };
-    for (const MESSAGE_CASE& c : cases)
-        expect_run(dir, c.args, c.out, c.err, c.status);
-    EXPECT_EQ(dir.read("junk.a"), "!<arch>");
+    const std::string lib = ARCHIVE_BUILDER().member("a.o", "1").member("b c.o", "2").bytes();
+    for (const auto& c : cases)
+        for (const char* form : {"@cmds", "-@cmds"})
+            run_case({c.text, {{"lib.a", lib}, {"cmds", c.text}}, {form, "ignored"}, c.out, c.err, c.status, {}});
+    run_case({"edit", {{"my file.txt", "abc"}, {"cmds", "aq lib.a \"my file.txt\"\n"}}, {"@cmds"}, "", "", 0,
+              {{"lib.a", ARCHIVE_BUILDER().member("my file.txt", "abc", kOld).bytes()}}});
+}
+
+// Waits until the run sleeps in a read of its command file pipe, so that the
+// signal finds it there and not inside the allocator (the handler's exit
+// would then wait forever for the allocator's lock).
+void wait_until_reading_pipe(int pid) {
+    for (int tries = 0; tries < 10000; tries++) {
+        std::ifstream in("/proc/" + std::to_string(pid) + "/wchan");
+        std::string where;
+        in >> where;
+        if (where.find("pipe_read") != std::string::npos)
+            return;
+        usleep(1000);
+    }
+}
+
+// The command file is a pipe that is never written: the run waits in it with
+// its handlers installed when the signal comes. That an archive survives a
+// signal in the middle of a rewrite is shown by the interop tests.
+TEST(SignalEndToEnd, FatalSignalsReportAndExit) {
+    const std::string internal =
+        "\n\n\nThis is a serious problem.  Please contact Customer\n"
+        "Support with this message and a copy of the input file\n"
+        "and help us to continue to make the tools more robust.\n\n";
+    const struct {
+        int signal_number;
+        std::string err;
+        int status;
+    } cases[] = {
+        {SIGINT, "[forced exit]\n", 2},
+        {SIGHUP, "[forced exit]\n", 2},
+        {SIGTERM, "[received a terminate signal]\n", 1},
+        {SIGSEGV, "\nINTERNAL ERROR: experienced a segmentation fault" + internal, 1},
+        {SIGXFSZ, "\nINTERNAL ERROR: exceeded the file size limit" + internal, 1},
+        {SIGUSR1, "", 128 + SIGUSR1},   // not in the handled set
+    };
+    for (const auto& c : cases) {
+        SCRATCH_DIR dir;
+        ASSERT_EQ(mkfifo(dir.path("cmds").c_str(), 0600), 0);
+        RUN_OPTIONS options;
+        options.cwd = dir.dir();
+        options.timeout_ms = 30000;
+        CHILD_PROCESS child(arwren_argv({"@cmds"}), options);
+        int writer = open(dir.path("cmds").c_str(), O_WRONLY);   // returns once the run opened it
+        ASSERT_GE(writer, 0);
+        wait_until_reading_pipe(child.pid());
+        kill(child.pid(), c.signal_number);
+        RUN_RESULT result = child.finish();
+        close(writer);
+        EXPECT_EQ(result.out, "") << c.signal_number;
+        EXPECT_EQ(result.err, c.err) << c.signal_number;
+        EXPECT_EQ(result.status, c.status) << c.signal_number;
+    }
 }
 
 }  // namespace
