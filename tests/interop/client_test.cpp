@@ -1,0 +1,106 @@
+// Clients of the archives: the ARM cross linker makes the same image from
+// arwren-built libc.a and libm.a as from the distribution's own, and the
+// CMake project in examples/cmake-client has arwren write its library, with
+// either of CMake's usual generators, and links a program against it.
+#include <filesystem>
+
+#include "host_tools.h"
+
+namespace {
+
+const char kProgram[] =
+    "#include <math.h>\n"
+    "#include <stdio.h>\n"
+    "#include <stdlib.h>\n"
+    "#include <string.h>\n"
+    "int main(int argc, char **argv) {\n"
+    "    char *copy = malloc(64);\n"
+    "    strcpy(copy, argc > 0 ? argv[0] : \"none\");\n"
+    "    printf(\"%zu %f\\n\", strlen(copy), sin((double)argc));\n"
+    "    free(copy);\n"
+    "    return 0;\n"
+    "}\n";
+
+// Everything spelled out (-nostdlib) so that the only input that differs
+// between two links is the directory the -lc and -lm archives come from.
+std::vector<std::string> link_command(const std::string& libdir, const std::string& output) {
+    RUN_RESULT libgcc = run_process({"arm-none-eabi-gcc", "-print-libgcc-file-name"});
+    const std::string gcc = libgcc.out.substr(0, libgcc.out.rfind('/'));
+    return {"arm-none-eabi-gcc", "-nostdlib", kNewlibDir + "/crt0.o", gcc + "/crti.o", gcc + "/crtbegin.o", "prog.o",
+            "-L" + libdir, "-Wl,--start-group", "-lc", "-lm", kNewlibDir + "/libnosys.a", gcc + "/libgcc.a",
+            "-Wl,--end-group", gcc + "/crtend.o", gcc + "/crtn.o", "-o", output};
+}
+
+// Nothing of an archive's path reaches the image, so the whole ELF files,
+// symbol tables included, must be the same.
+TEST(ClientLink, ImageEqualsTheOneLinkedAgainstTheDistributionLibraries) {
+    ASSERT_TRUE(have_tool("arm-none-eabi-gcc", "gcc-arm-none-eabi"));
+    ASSERT_TRUE(have_tool("ar", "binutils"));
+    SCRATCH_DIR scratch;
+    for (const std::string name : {"libc.a", "libm.a"}) {
+        RUN_RESULT listing;
+        ASSERT_TRUE(run_ok({"ar", "t", kNewlibDir + "/" + name}, "", &listing)) << "(libnewlib-arm-none-eabi)";
+        const std::string src = scratch.subdir("members-" + name);
+        ASSERT_TRUE(run_ok({"ar", "x", kNewlibDir + "/" + name}, src));
+        std::vector<std::string> args = {"aq", scratch.subdir("ours") + "/" + name};
+        for (const std::string& member : lines_of(listing.out))
+            args.push_back(member);
+        ASSERT_TRUE(run_ok(arwren_argv(args), src));
+    }
+    scratch.write("prog.c", kProgram);
+    ASSERT_TRUE(run_ok({"arm-none-eabi-gcc", "-O2", "-c", "prog.c", "-o", "prog.o"}, scratch.dir()));
+    ASSERT_TRUE(run_ok(link_command(scratch.path("ours"), "ours.elf"), scratch.dir()));
+    ASSERT_TRUE(run_ok(link_command(kNewlibDir, "reference.elf"), scratch.dir()));
+    EXPECT_GT(scratch.read("reference.elf").size(), 10000u);
+    EXPECT_TRUE(scratch.read("ours.elf") == scratch.read("reference.elf"));
+}
+
+class CMakeClient : public ::testing::TestWithParam<const char*> {};
+
+// After the first build and after a changed source, arwren has written
+// libdsp.a and nothing rewrote it (no ranlib, and member modes 0, as only
+// arwren writes them); it holds each object once, its index is what the
+// sources define, and the program linked every member in.
+TEST_P(CMakeClient, ArwrenWritesTheLibraryTheProgramLinksAgainst) {
+    const std::string generator = GetParam();
+    ASSERT_TRUE(have_tool("cmake", "cmake"));
+    ASSERT_TRUE(have_tool(generator == "Ninja" ? "ninja" : "make", "ninja-build, make"));
+    ASSERT_TRUE(have_tool("arm-none-eabi-gcc", "gcc-arm-none-eabi"));
+    SCRATCH_DIR scratch;
+    std::filesystem::copy(ARWREN_SOURCE_DIR "/examples/cmake-client", scratch.path("src"),
+                          std::filesystem::copy_options::recursive);
+    ASSERT_TRUE(run_ok({"cmake", "-G", generator, "-S", "src", "-B", "build",
+                        "-DCMAKE_TOOLCHAIN_FILE=" + scratch.path("src/arm-none-eabi.cmake"), "-DARWREN=" ARWREN_BIN},
+                       scratch.dir()));
+    for (const char* step : {"first build", "rebuild"}) {
+        SCOPED_TRACE(step);
+        RUN_RESULT build, listing, program;
+        ASSERT_TRUE(run_ok({"cmake", "--build", "build", "--verbose"}, scratch.dir(), &build));
+        EXPECT_NE(build.out.find(std::string(ARWREN_BIN) + " aq libdsp.a "), std::string::npos) << build.out;
+        EXPECT_EQ(build.out.find("ranlib"), std::string::npos) << build.out;
+        ASSERT_TRUE(run_ok({"ar", "tv", "build/libdsp.a"}, scratch.dir(), &listing));
+        const std::vector<std::string> members = lines_of(listing.out);
+        ASSERT_EQ(members.size(), 3u);
+        for (size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(members[i].substr(0, 14), "--------- 0/0 ") << members[i];
+            EXPECT_EQ(members[i].substr(members[i].rfind(' ') + 1),
+                      (std::vector<std::string>{"fir.c.obj", "saturating_mix.c.obj", "window.c.obj"})[i]);
+        }
+        EXPECT_EQ(nm_armap(scratch.path("build/libdsp.a")),
+                  (std::vector<std::string>{"fir_step in fir.c.obj", "mix_saturate in saturating_mix.c.obj",
+                                            "dsp_window in window.c.obj"}));
+        ASSERT_TRUE(run_ok({"arm-none-eabi-nm", "build/dsp_demo"}, scratch.dir(), &program));
+        for (const char* symbol : {" fir_step\n", " mix_saturate\n", " dsp_window\n"})
+            EXPECT_NE(program.out.find(symbol), std::string::npos) << symbol;
+        // A changed source makes CMake write the library again: the old
+        // members must be replaced, not added to.
+        scratch.write("src/src/fir.c", scratch.read("src/src/fir.c") + "/* changed */\n");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Generators, CMakeClient, ::testing::Values("Unix Makefiles", "Ninja"),
+                         [](const ::testing::TestParamInfo<const char*>& info) {
+                             return std::string(info.param[0] == 'U' ? "make" : "ninja");
+                         });
+
+}  // namespace
