@@ -19,8 +19,7 @@ public:
 
     explicit ARCHIVE_BUILDER(FORM form = POSIX) : form_(form) {}
 
-    ARCHIVE_BUILDER& member(const std::string& name, const std::string& data, long date = 0)
-    {
+    ARCHIVE_BUILDER& member(const std::string& name, const std::string& data, long date = 0) {
         members_.push_back(MEMBER{name, data, date, {}});
         return *this;
     }
@@ -28,120 +27,97 @@ public:
     // A symbol index ("/" member): names and the member each one points at.
     // With pad_counted the size includes the index's own padding byte, as
     // the writer does; otherwise the padding follows like any member's.
-    ARCHIVE_BUILDER& index(const std::vector<std::pair<std::string, size_t>>& entries,
-                           bool pad_counted = true)
-    {
+    ARCHIVE_BUILDER& index(const std::vector<std::pair<std::string, size_t>>& entries, bool pad_counted = true) {
         index_ = entries;
         has_index_ = true;
         pad_counted_ = pad_counted;
         return *this;
     }
 
-    // Replaces one header field of the last member with raw text (padded
-    // with blanks to the field width; longer text is cut).
-    ARCHIVE_BUILDER& field(FIELD which, const std::string& text)
-    {
+    // Replaces one header field of the last member with raw text.
+    ARCHIVE_BUILDER& field(FIELD which, const std::string& text) {
         members_.back().overrides[which] = text;
         return *this;
     }
 
-    std::string bytes() const
-    {
-        std::vector<size_t> unused;
-        return build(unused);
-    }
+    std::string bytes() const { return build(nullptr); }
 
     // Offset of member i's header in bytes().
-    size_t header_offset(size_t i) const
-    {
+    size_t header_offset(size_t i) const {
         std::vector<size_t> offsets;
-        build(offsets);
+        build(&offsets);
         return offsets.at(i);
     }
 
-    static std::string header(const std::string& name, const std::string& date,
-                              const std::string& uid, size_t size)
-    {
-        return pad(name, 16) + pad(date, 12) + pad(uid, 6) + pad("0", 6) + pad("0", 8) +
-               pad(std::to_string(size), 10) + "`\n";
+    static std::string header(const std::string& name, const std::string& date, const std::string& uid, size_t size) {
+        return fields({name, date, uid, "0", "0", std::to_string(size), "`\n"}, {});
     }
 
-    static std::string pad(const std::string& text, size_t width)
-    {
-        std::string s = text.substr(0, width);
-        return s + std::string(width - s.size(), ' ');
-    }
-
-    static std::string padded(const std::string& data, char pad_byte = '\n')
-    {
+    static std::string padded(const std::string& data, char pad_byte = '\n') {
         return data.size() % 2 ? data + pad_byte : data;
     }
 
 private:
     struct MEMBER {
-        std::string name;
-        std::string data;
+        std::string name, data;
         long date;
         std::map<int, std::string> overrides;
     };
 
+    // The header fields, each blank-padded (or cut) to its width.
+    static std::string fields(const std::vector<std::string>& text, const std::map<int, std::string>& overrides) {
+        static const size_t width[FIELD_COUNT] = {16, 12, 6, 6, 8, 10, 2};
+        std::string h;
+        for (int k = 0; k < FIELD_COUNT; ++k) {
+            const std::string f = (overrides.count(k) ? overrides.at(k) : text[k]).substr(0, width[k]);
+            h += f + std::string(width[k] - f.size(), ' ');
+        }
+        return h;
+    }
+
+    static std::string be32(uint32_t v) { return {char(v >> 24), char(v >> 16), char(v >> 8), char(v)}; }
+
     // Member headers, with long names in a table; NU tables open with a
     // newline so that their offsets count from 1.
-    std::string build(std::vector<size_t>& offsets) const
-    {
-        std::string table = form_ == NU_LONG_NAME ? "\n" : "";
+    std::string build(std::vector<size_t>* offsets) const {
+        std::string table = form_ == NU_LONG_NAME ? "\n" : "", body;
         std::vector<std::string> headers;
         for (const MEMBER& m : members_) {
             std::string name = m.name.substr(0, 15) + "/", uid = "0";
             if (form_ != ORIGINAL && m.name.size() >= 16) {
-                const std::string offset = std::to_string(table.size());
                 if (form_ == POSIX)
-                    name = "/" + offset;
+                    name = "/" + std::to_string(table.size());
                 else
-                    uid = offset;
+                    uid = std::to_string(table.size());
                 table += m.name + "/\n";
             }
-            const std::string f[FIELD_COUNT] = {name, std::to_string(m.date), uid, "0", "0",
-                                                std::to_string(m.data.size()), "`\n"};
-            static const size_t width[FIELD_COUNT] = {16, 12, 6, 6, 8, 10, 2};
-            std::string h;
-            for (int k = 0; k < FIELD_COUNT; ++k)
-                h += pad(m.overrides.count(k) ? m.overrides.at(k) : f[k], width[k]);
-            headers.push_back(h + padded(m.data));
+            headers.push_back(fields({name, std::to_string(m.date), uid, "0", "0", std::to_string(m.data.size()), "`\n"},
+                                     m.overrides) + padded(m.data));
         }
-        if (table.size() < 2)
-            table.clear();
-        std::string names;
-        if (!table.empty())
-            names = header(form_ == NU_LONG_NAME ? "<filenames>/" : "//", "0", "0", table.size()) +
-                    padded(table);
-
+        const std::string names = table.size() < 2 ? "" :
+            header(form_ == NU_LONG_NAME ? "<filenames>/" : "//", "0", "0", table.size()) + padded(table);
         size_t index_size = 4 + 4 * index_.size();
         for (const auto& e : index_)
             index_size += e.first.size() + 1;
-        size_t at = 8 + (has_index_ ? 60 + index_size + index_size % 2 : 0) + names.size();
-        std::string body;
+        const size_t first = 8 + (has_index_ ? 60 + index_size + index_size % 2 : 0) + names.size();
+        std::vector<size_t> at;
         for (const std::string& h : headers) {
-            offsets.push_back(at + body.size());
+            at.push_back(first + body.size());
             body += h;
         }
-
+        if (offsets != nullptr)
+            *offsets = at;
         std::string out = "!<arch>\n";
         if (has_index_) {
             std::string data = be32(uint32_t(index_.size()));
             for (const auto& e : index_)
-                data += be32(uint32_t(offsets.at(e.second)));
+                data += be32(uint32_t(at.at(e.second)));
             for (const auto& e : index_)
                 data += e.first + std::string(1, '\0');
             out += header("/", "0", "0", pad_counted_ ? data.size() + data.size() % 2 : data.size()) +
                    padded(data, '\0');
         }
         return out + names + body;
-    }
-
-    static std::string be32(uint32_t v)
-    {
-        return {char(v >> 24), char(v >> 16), char(v >> 8), char(v)};
     }
 
     FORM form_;

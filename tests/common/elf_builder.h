@@ -23,15 +23,8 @@ public:
     // A section of the caller's; returns its index.
     unsigned section(const std::string& name, uint32_t type, const std::string& data) {
         sections_.push_back(SECTION{name, type, data});
-        unsigned index = 0;
-        for (const SECTION& s : sections_)
-            index += s.copies;
-        return index;
+        return unsigned(sections_.size());
     }
-
-    // The last section stands this many times, every copy named by one
-    // string of ".shstrtab"; the sections after it move up accordingly.
-    ELF_BUILDER& repeated_section(unsigned copies) { sections_.back().copies = copies; return *this; }
 
     // A symbol; with shndx XINDEX, extended is what the index table holds.
     ELF_BUILDER& symbol(const std::string& name, unsigned bind, unsigned type, uint16_t shndx,
@@ -87,8 +80,6 @@ private:
         uint32_t info = 0;
         uint32_t entsize = 0;
         uint32_t name_offset = 0;
-        unsigned copies = 1;
-        bool copy = false;      // named by the string of the section before it
     };
     struct SYMBOL {
         std::string name;
@@ -114,11 +105,7 @@ private:
 
     std::vector<SECTION> layout_sections() const {
         std::vector<SECTION> all(1);
-        for (const SECTION& s : sections_) {
-            all.push_back(s);
-            for (unsigned copy = 1; copy < s.copies; ++copy)
-                all.push_back(SECTION{"", s.type, s.data, s.link, s.info, s.entsize, 0, 1, true});
-        }
+        all.insert(all.end(), sections_.begin(), sections_.end());
         const uint32_t symtab = static_cast<uint32_t>(all.size());
         std::string names(1, '\0'), symbols(16, '\0'), extended(4, '\0');
         bool any_extended = false;
@@ -142,7 +129,7 @@ private:
         all.push_back(SECTION{".shstrtab", 3, ""});
         std::string section_names(1, '\0');
         for (size_t i = 1; i < all.size(); ++i)
-            all[i].name_offset = all[i].copy ? all[i - 1].name_offset : add_string(section_names, all[i].name);
+            all[i].name_offset = add_string(section_names, all[i].name);
         all.back().data = section_names;
         return all;
     }

@@ -1,12 +1,10 @@
 #ifndef ARWREN_TESTS_COMMON_SCRATCH_DIR_H
 #define ARWREN_TESTS_COMMON_SCRATCH_DIR_H
 
-#include <sys/stat.h>
 #include <utime.h>
 
 #include <algorithm>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,8 +12,8 @@
 #include <string>
 #include <vector>
 
-// A private directory under the system's temporary directory, removed with
-// everything in it when the test ends. Names given to it are relative to it.
+// A private directory under base, removed with everything in it when the
+// test ends. Names given to it are relative to it.
 class SCRATCH_DIR {
 public:
     static constexpr long kNow = LONG_MIN;  // leave a written file's time alone
@@ -43,11 +41,10 @@ public:
         return path(name);
     }
 
-    // Writes a file, making its directories, optionally with the given
-    // modification time; returns its path.
-    std::string write(const std::string& name, const std::string& bytes,
-                      long mtime = kNow) const {
-        std::string full = path(name);
+    // Writes a file, making its directories, with the given modification
+    // time unless kNow; returns its path.
+    std::string write(const std::string& name, const std::string& bytes, long mtime = kNow) const {
+        const std::string full = path(name);
         std::filesystem::create_directories(std::filesystem::path(full).parent_path());
         std::ofstream(full, std::ios::binary | std::ios::trunc) << bytes;
         struct utimbuf times = {mtime, mtime};
