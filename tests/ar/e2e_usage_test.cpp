@@ -1,8 +1,5 @@
 // The binary's answers to command lines and command files: usage texts, key
-// errors, archive names, the command-file grammar and fatal signals.
-#include <fcntl.h>
-#include <sys/stat.h>
-
+// errors, archive names and the command-file grammar.
 #include "e2e_run.h"
 
 namespace {
@@ -99,59 +96,6 @@ TEST(CommandFileEndToEnd, TokensQuotesCommentsAndFailures) {
             run_case({c.text, {{"lib.a", lib}, {"cmds", c.text}}, {form, "ignored"}, c.out, c.err, c.status, {}});
     run_case({"edit", {{"my file.txt", "abc"}, {"cmds", "aq lib.a \"my file.txt\"\n"}}, {"@cmds"}, "", "", 0,
               {{"lib.a", ARCHIVE_BUILDER().member("my file.txt", "abc", kOld).bytes()}}});
-}
-
-// Waits until the run sleeps in a read of its command file pipe, so that the
-// signal finds it there and not inside the allocator (the handler's exit
-// would then wait forever for the allocator's lock).
-void wait_until_reading_pipe(int pid) {
-    for (int tries = 0; tries < 10000; tries++) {
-        std::ifstream in("/proc/" + std::to_string(pid) + "/wchan");
-        std::string where;
-        in >> where;
-        if (where.find("pipe_read") != std::string::npos)
-            return;
-        usleep(1000);
-    }
-}
-
-// The command file is a pipe that is never written: the run waits in it with
-// its handlers installed when the signal comes. That an archive survives a
-// signal in the middle of a rewrite is shown by the interop tests.
-TEST(SignalEndToEnd, FatalSignalsReportAndExit) {
-    const std::string internal =
-        "\n\n\nThis is a serious problem.  Please contact Customer\n"
-        "Support with this message and a copy of the input file\n"
-        "and help us to continue to make the tools more robust.\n\n";
-    const struct {
-        int signal_number;
-        std::string err;
-        int status;
-    } cases[] = {
-        {SIGINT, "[forced exit]\n", 2},
-        {SIGHUP, "[forced exit]\n", 2},
-        {SIGTERM, "[received a terminate signal]\n", 1},
-        {SIGSEGV, "\nINTERNAL ERROR: experienced a segmentation fault" + internal, 1},
-        {SIGXFSZ, "\nINTERNAL ERROR: exceeded the file size limit" + internal, 1},
-        {SIGUSR1, "", 128 + SIGUSR1},   // not in the handled set
-    };
-    for (const auto& c : cases) {
-        SCRATCH_DIR dir;
-        ASSERT_EQ(mkfifo(dir.path("cmds").c_str(), 0600), 0);
-        RUN_OPTIONS options;
-        options.cwd = dir.dir();
-        options.timeout_ms = 30000;
-        CHILD_PROCESS child(arwren_argv({"@cmds"}), options);
-        int writer = open(dir.path("cmds").c_str(), O_WRONLY);   // returns once the run opened it
-        ASSERT_GE(writer, 0);
-        wait_until_reading_pipe(child.pid());
-        kill(child.pid(), c.signal_number);
-        RUN_RESULT result = child.finish();
-        close(writer);
-        EXPECT_EQ(result.out, "") << c.signal_number;
-        EXPECT_EQ(result.err, c.err) << c.signal_number;
-        EXPECT_EQ(result.status, c.status) << c.signal_number;
-    }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Clients of the archives: the ARM cross linker makes the same image from
-// arwren-built libc.a and libm.a as from the distribution's own, and the
+// libc.a and libm.a rewritten by arwren as from the distribution's own, and the
 // CMake project in examples/cmake-client has arwren write its library, with
 // either of CMake's usual generators, and links a program against it.
 #include <filesystem>
@@ -35,17 +35,11 @@ std::vector<std::string> link_command(const std::string& libdir, const std::stri
 // symbol tables included, must be the same.
 TEST(ClientLink, ImageEqualsTheOneLinkedAgainstTheDistributionLibraries) {
     ASSERT_TRUE(have_tool("arm-none-eabi-gcc", "gcc-arm-none-eabi"));
-    ASSERT_TRUE(have_tool("ar", "binutils"));
     SCRATCH_DIR scratch;
     for (const std::string name : {"libc.a", "libm.a"}) {
-        RUN_RESULT listing;
-        ASSERT_TRUE(run_ok({"ar", "t", kNewlibDir + "/" + name}, "", &listing)) << "(libnewlib-arm-none-eabi)";
-        const std::string src = scratch.subdir("members-" + name);
-        ASSERT_TRUE(run_ok({"ar", "x", kNewlibDir + "/" + name}, src));
-        std::vector<std::string> args = {"aq", scratch.subdir("ours") + "/" + name};
-        for (const std::string& member : lines_of(listing.out))
-            args.push_back(member);
-        ASSERT_TRUE(run_ok(arwren_argv(args), src));
+        ASSERT_TRUE(std::filesystem::copy_file(kNewlibDir + "/" + name, scratch.subdir("ours") + "/" + name))
+            << "(libnewlib-arm-none-eabi)";
+        ASSERT_TRUE(run_ok(arwren_argv({"rq", name}), scratch.path("ours")));
     }
     scratch.write("prog.c", kProgram);
     ASSERT_TRUE(run_ok({"arm-none-eabi-gcc", "-O2", "-c", "prog.c", "-o", "prog.o"}, scratch.dir()));

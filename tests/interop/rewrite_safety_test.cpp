@@ -118,10 +118,16 @@ TEST_F(REWRITE_SAFETY, SignalAtAnyMomentLeavesOldOrNewArchive) {
     }
 }
 
+const std::string kFileSizeLimit =
+    "\nINTERNAL ERROR: exceeded the file size limit\n\n\n"
+    "This is a serious problem.  Please contact Customer\n"
+    "Support with this message and a copy of the input file\n"
+    "and help us to continue to make the tools more robust.\n\n";
+
 TEST_F(REWRITE_SAFETY, FileSizeLimitKeepsOldArchive) {
     const RUN_RESULT r = run_arwren(command_, src_, static_cast<long long>(new_.size() / 2));
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err.find("\nINTERNAL ERROR: exceeded the file size limit\n"), 0u) << r.err;
+    EXPECT_EQ(r.err, kFileSizeLimit);
     expect_archive_is({old_});
 }
 
@@ -145,22 +151,16 @@ TEST(PermissionFaults, UnreadableFilesAndReadOnlyDirectoryKeepTheArchive) {
         ASSERT_EQ(chown(scratch.dir().c_str(), 65534, 65534), 0);
     }
     const std::string no_archive = "  -->  error: cannot open archive: '../arc/lib.a'\n";
-    const std::string no_rename = "  -->  error: Cannot create new archive\n";
-    const std::string unreadable = "  -->  error: Cannot open file: 'a.txt'\n";
     const struct {
         const char* path;   // what the fault is made on, and its mode
         mode_t mode;
         std::vector<std::string> args;
         std::string err;
     } cases[] = {
-        {"src/a.txt", 0, {"rq", "../arc/lib.a", "a.txt"}, unreadable},
-        {"src/a.txt", 0, {"aq", "../arc/lib.a", "a.txt"}, unreadable},
-        {"arc/lib.a", 0200, {"rq", "../arc/lib.a", "a.txt"}, no_archive},
+        {"src/a.txt", 0, {"rq", "../arc/lib.a", "a.txt"}, "  -->  error: Cannot open file: 'a.txt'\n"},
         {"arc/lib.a", 0200, {"aq", "../arc/lib.a", "a.txt"}, no_archive},
-        {"arc/lib.a", 0200, {"dq", "../arc/lib.a", "a.txt"}, no_archive},
         {"arc/lib.a", 0200, {"t", "../arc/lib.a"}, no_archive},
-        {"arc", 0555, {"rq", "../arc/lib.a", "a.txt"}, no_rename},
-        {"arc", 0555, {"dq", "../arc/lib.a", "b.txt"}, no_rename},
+        {"arc", 0555, {"dq", "../arc/lib.a", "b.txt"}, "  -->  error: Cannot create new archive\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.path + (" " + c.args[0]));
@@ -207,7 +207,7 @@ TEST(FullDisk, RewriteThatDoesNotFitKeepsTheArchive) {
     if (mounted.done)
         EXPECT_EQ(r.err, "  -->  error: Cannot write archive: 'lib.a'\n");
     else
-        EXPECT_EQ(r.err.find("\nINTERNAL ERROR: exceeded the file size limit\n"), 0u) << r.err;
+        EXPECT_EQ(r.err, kFileSizeLimit);
     EXPECT_EQ(scratch.read("disk/lib.a"), old);
     EXPECT_EQ(scratch.names("disk"), std::vector<std::string>{"lib.a"});
 }
