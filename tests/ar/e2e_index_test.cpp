@@ -1,7 +1,7 @@
 // The symbol index written on every rewrite and printed by the s option:
 // real objects, ELF objects of both byte orders with every kind of symbol,
 // NU-COFF objects of every format version and byte order in every archive
-// form, checked by the exact archive bytes.
+// form, checked by the exact archive bytes; and its size limit.
 #include "common/elf_builder.h"
 #include "common/nucoff_builder.h"
 #include "e2e_run.h"
@@ -107,6 +107,16 @@ TEST(IndexEndToEnd, EveryObjectFormatAndByteOrderInEveryArchiveForm) {
             run_case(c);
         }
     }
+}
+
+// The index obeys the member size limit: a member whose symbols pass it
+// stops the write, and nothing is left.
+TEST(IndexEndToEnd, IndexPastItsLimitStopsTheWrite) {
+    ELF_BUILDER big, after;
+    big.symbol(std::string(40000, 'n'), 1, 2, 0xfff1).repeated(3000);   // 120 MB of names
+    after.symbol("after", 1, 2, 0xfff1);
+    run_case({"past the limit", {{"big.o", big.bytes()}, {"after.o", after.bytes()}}, {"aqs", "lib.a", "big.o", "after.o"},
+              "", "  -->  error: Member file too large: '/'\n", 1, {}});
 }
 
 }  // namespace

@@ -69,13 +69,16 @@ std::string listed(const std::string& name) {
     return toc_text("         1   Thu Jan  1 00:00:00 1970    " + name + "\n");
 }
 
+const std::string kBoth = toc_text("         1   Thu Jan  1 00:00:00 1970    a.o\n"
+                                   "         1   Thu Jan  1 00:00:00 1970    b c.o\n");
+
 TEST(CommandFileEndToEnd, TokensQuotesCommentsAndFailures) {
     const std::string nul = kError + "NUL byte in command file 'cmds'\n";
     const struct {
         std::string text, out, err;
         int status;
     } cases[] = {
-        {"t lib.a \"b c.o\"\n", listed("b c.o"), "", 0},
+        {"t lib.a \"b c.o\" a.o\n", kBoth, "", 0},
         {"/* key */ t /* archive */\nlib.a a/*joined*/.o ; end\n", listed("a.o"), "", 0},
         {"t lib.a -v a.o\n", "  -->  warning: option -v ignored in file list\n" + listed("a.o"), "", 0},
         {"t lib a.o", "", kError + "cannot open archive: 'lib.lib'\n", 1},

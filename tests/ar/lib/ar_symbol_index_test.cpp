@@ -3,7 +3,6 @@
 // tests show what the index holds.
 
 #include "archive_test_env.h"
-#include "common/elf_builder.h"
 
 namespace {
 
@@ -24,23 +23,6 @@ TEST_F(ArchiveIndex, StopsAtTheMemberSizeLimit) {
         EXPECT_EQ(recorded_errors().size(), fits ? 0u : 1u);
         name[length] = 'n';
     }
-}
-
-// A member whose symbols pass the limit stops the whole index: the write
-// fails with the archive untouched.
-TEST_F(ArchiveIndex, MemberPassingTheLimitStopsTheWrite) {
-    ELF_BUILDER big, after;
-    big.symbol(std::string(40000, 'n'), 1, 2, 0xfff1).repeated(3000);   // 120 MB of names
-    after.symbol("after", 1, 2, 0xfff1);
-    const std::string old = ARCHIVE_BUILDER().member("keep.txt", "x").bytes();
-    write("lib.a", old);
-    auto ar = open_archive("lib.a");
-    add_file(*ar, "big.o", big.bytes(), "big.o");
-    add_file(*ar, "after.o", after.bytes(), "after.o");
-    EXPECT_FALSE(ar->write_archive(AR_ABI_KEEP));
-    EXPECT_EQ(recorded_errors(), (ERRORS{{6, "Member file too large: '/'"}}));   // from the first member only
-    ar.reset();
-    EXPECT_EQ(read("lib.a"), old);
 }
 
 }  // namespace
