@@ -99,6 +99,12 @@ TEST(CommandFileEndToEnd, TokensQuotesCommentsAndFailures) {
             run_case({c.text, {{"lib.a", lib}, {"cmds", c.text}}, {form, "ignored"}, c.out, c.err, c.status, {}});
     run_case({"edit", {{"my file.txt", "abc"}, {"cmds", "aq lib.a \"my file.txt\"\n"}}, {"@cmds"}, "", "", 0,
               {{"lib.a", ARCHIVE_BUILDER().member("my file.txt", "abc", kOld).bytes()}}});
+    std::string many = "t lib.a", missing;   // past the first hundred names the list grows
+    for (int i = 0; i < 250; ++i) {
+        many += " n" + std::to_string(i);
+        missing += kError + "'n" + std::to_string(i) + "' not found\n";
+    }
+    run_case({"many names", {{"lib.a", lib}, {"cmds", many}}, {"@cmds"}, toc_text(""), missing, 1, {}});
 }
 
 }  // namespace
