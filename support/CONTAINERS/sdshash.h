@@ -10,7 +10,7 @@ class MZONE;
 // A hash table of key/value pairs with a fixed number of rows chosen at
 // construction (it never grows or rehashes). Each row is an SLIST of entry
 // records kept in the order of the compare function, so keys that compare
-// equal sit together in insertion order. Keys are either all scalars
+// equal sit together (find_first gives the first of them). Keys are either all scalars
 // (unsigned long) or all pointers; mixing them is reported and tolerated.
 // All memory comes from a zone, the caller's or one the table makes itself.
 class SHASH {
@@ -78,7 +78,7 @@ public:
 private:
     static ENTRY* entry(const NODE* node) { return static_cast<ENTRY*>(node->item()); }
     void init(HASH_FUNC hash, CMP_FUNC cmp, int rows);
-    bool check_key_type(KEY_TYPE type, const char* title, const char* text);
+    void check_key_type(KEY_TYPE type, const char* title, const char* text);
     NODE* add_entry(unsigned long key_word, void* value);
     SLIST* row_of(const ENTRY* entry) const;
     int row_index(const NODE* node) const;

@@ -109,8 +109,9 @@ SLIST::NODE* SLIST::insert(void* item, NODE* before) {
     return node;
 }
 
-// The new item goes after every item that compares equal to it, so that
-// items that compare equal stay in the order they were inserted.
+// The new item goes before the entry that find_index lands on. Among items
+// that compare equal that is whichever one the binary search meets first, so
+// equal items do not keep the order in which they were inserted.
 unsigned long SLIST::insert_sorted(void* item) {
     if (!cmp_) {
         report_misuse("SLIST::find_index", kNoCmpFunc);
@@ -119,15 +120,15 @@ unsigned long SLIST::insert_sorted(void* item) {
     }
     NODE* node = new_node(item);
     sort(false);
-    build_sorted_table();
-    const unsigned long index = upper_bound(item);
+    unsigned long index = 0;
+    find_index(item, index, cmp_);
     const unsigned long shifted = count_ - index;
     grow_sorted_table(static_cast<int>(count_ + 1));
     link_before(node, index < count_ ? table_[index] : nullptr);
     std::memmove(table_ + index + 1, table_ + index, shifted * sizeof(NODE*));
     zone_->adjust_mempoolsz();
     table_[index] = node;
-    node->position_ = static_cast<unsigned>(index);
+    node->position_ = static_cast<unsigned>(index);   // mutants: skip (read only after the table is rebuilt)
     sorted_ = true;
     table_valid_ = true;
     return index;
@@ -344,20 +345,6 @@ unsigned long SLIST::lower_bound(const void* item, CMP_FUNC cmp, unsigned long l
             lo = mid + 1;
         else
             hi = mid;
-    }
-    return lo;
-}
-
-// The first index whose item sorts after `item`, with a valid table.
-unsigned long SLIST::upper_bound(const void* item) const {
-    unsigned long lo = 0;
-    unsigned long hi = count_;
-    while (lo < hi) {
-        const unsigned long mid = lo + (hi - lo) / 2;
-        if (cmp_(item, table_[mid]->item_) < 0)
-            hi = mid;
-        else
-            lo = mid + 1;
     }
     return lo;
 }

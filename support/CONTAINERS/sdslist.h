@@ -48,7 +48,7 @@ public:
     NODE* add(void* item);
     // Inserts before `before`; a null `before` appends.
     NODE* insert(void* item, NODE* before);
-    // Inserts in compare order, after any items that compare equal, and
+    // Inserts in compare order, before the entry that find_index finds, and
     // returns the item's index in the sorted table.
     unsigned long insert_sorted(void* item);
 
@@ -107,7 +107,6 @@ private:
     void unlink(NODE* node);
     void invalidate_order();
     CMP_FUNC search_cmp() const { return find_cmp_ ? find_cmp_ : cmp_; }
-    unsigned long upper_bound(const void* item) const;
     unsigned long lower_bound(const void* item, CMP_FUNC cmp, unsigned long last) const;
     NODE* find_pointer(NODE* from, const void* item) const;
 

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <numeric>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -20,21 +17,25 @@ struct ITEM {
 };
 
 int item_cmp(const void* a, const void* b) {
-    const int x = static_cast<const ITEM*>(a)->key;
-    const int y = static_cast<const ITEM*>(b)->key;
+    const int x = static_cast<const ITEM*>(a)->key, y = static_cast<const ITEM*>(b)->key;
     return x < y ? -1 : (x > y ? 1 : 0);
+}
+
+// Items with the given keys, tagged 0, 1, 2, ... in turn.
+std::vector<ITEM> items_of(const std::vector<int>& keys) {
+    std::vector<ITEM> items;
+    for (int key : keys)
+        items.push_back(ITEM{key, static_cast<int>(items.size())});
+    return items;
 }
 
 int tag_of(const SLIST::NODE* node) { return node ? static_cast<ITEM*>(node->item())->tag : -1; }
 
-// Walks the list both ways, checks that the two walks agree and that every
-// node knows its list, and returns the tags in list order.
+// The tags in list order, after checking that the walk backwards agrees.
 std::vector<int> tags(const SLIST& list) {
     std::vector<int> forward, backward;
-    for (SLIST::NODE* n = list.begin(); n; n = list.next(n)) {
-        EXPECT_EQ(n->mylist(), &list);
+    for (SLIST::NODE* n = list.begin(); n; n = list.next(n))
         forward.push_back(tag_of(n));
-    }
     for (SLIST::NODE* n = list.end(); n; n = list.prev(n))
         backward.insert(backward.begin(), tag_of(n));
     EXPECT_EQ(forward, backward);
@@ -44,63 +45,87 @@ std::vector<int> tags(const SLIST& list) {
 
 class SlistTest : public ::testing::Test {
 protected:
-    template <size_t N>
-    void append_all(ITEM (&items)[N]) {
-        for (ITEM& item : items)
-            list.append(&item);
-    }
-
     MZONE zone{1024, "test", 0};
     SLIST list{&zone};
 };
 
-// Random keys with many duplicates, inserted one by one, must come out as a
-// stable sort of the input; appends in between force a full re-sort first.
-TEST_F(SlistTest, InsertSortedKeepsCompareOrderAndInsertionOrderAmongEquals) {
-    std::vector<ITEM> items(300);
-    unsigned seed = 12345;
-    for (int i = 0; i < 300; ++i) {
-        seed = seed * 1103515245u + 12345u;
-        items[i] = ITEM{static_cast<int>((seed >> 16) % 20), i};
+// The new item goes before the entry that the binary search meets: with
+// three equal keys that is the middle one. An item appended in between (the
+// one tagged `appended`) makes the next insertion sort the list first. The
+// table grows to one entry more than the count, by the quarter rule.
+TEST_F(SlistTest, InsertSortedGoesBeforeTheEntryFound) {
+    const struct {
+        std::vector<int> keys;
+        int appended;
+        std::vector<int> order;
+        unsigned long index;
+        unsigned capacity;
+    } cases[] = {
+        {{2, 1, 3, 2}, -1, {1, 3, 0, 2}, 1, 5},
+        {{5, 5, 5, 5}, -1, {2, 3, 1, 0}, 1, 5},
+        {{5, 7, 9}, -1, {0, 1, 2}, 2, 3},
+        {{5, 9, 7}, -1, {0, 2, 1}, 1, 3},
+        {{3, 1, 2, 0}, 1, {3, 1, 2, 0}, 0, 5},
+    };
+    for (const auto& c : cases) {
+        SLIST sorted(&zone);
+        sorted.set_cmp_func(item_cmp);
+        std::vector<ITEM> items = items_of(c.keys);
+        unsigned long index = 99;
+        for (ITEM& item : items)
+            item.tag == c.appended ? (void)sorted.append(&item) : (void)(index = sorted.insert_sorted(&item));
+        EXPECT_EQ(index, c.index);
+        EXPECT_EQ(tags(sorted), c.order);
+        EXPECT_EQ(sorted.sorted_table_capacity(), c.capacity);
     }
-    list.set_cmp_func(item_cmp);
-    for (int i = 0; i < 300; ++i) {
-        if (i % 50 == 7)
-            list.append(&items[i]);
-        else
-            list.insert_sorted(&items[i]);
-    }
-    std::vector<int> want(300);
-    std::iota(want.begin(), want.end(), 0);
-    std::stable_sort(want.begin(), want.end(), [&](int a, int b) { return items[a].key < items[b].key; });
-    EXPECT_EQ(tags(list), want);
 }
 
-TEST_F(SlistTest, FindFirstAndFindNextWalkARunOfEquals) {
-    ITEM items[] = {{5, 0}, {1, 1}, {5, 2}, {9, 3}, {5, 4}};
-    append_all(items);
+// find_next walks a run of equals by table position, and once the list is in
+// sorted order by its links. A search compare function takes a bare key (here
+// negated, so that only it can find anything); a copy keeps it.
+TEST_F(SlistTest, SearchesFindFirstNextAndInsertionNeighbours) {
+    std::vector<ITEM> items = items_of({5, 1, 5, 9, 5});
     list.set_cmp_func(item_cmp);
-    ITEM probe{5, -1};
-    for (int pass = 0; pass < 2; ++pass) {
-        SLIST::NODE* n = list.find_first(&probe);
-        EXPECT_EQ(tag_of(n), 0) << "pass " << pass;
-        EXPECT_EQ(tag_of(n = list.find_next(n)), 2) << "pass " << pass;
-        EXPECT_EQ(tag_of(n = list.find_next(n)), 4) << "pass " << pass;
-        EXPECT_EQ(list.find_next(n), nullptr);
-        list.sort(false);   // the second pass runs on a list in sorted order
+    EXPECT_EQ(list.find(&items[0]), nullptr);
+    for (ITEM& item : items)
+        list.append(&item);
+    for (bool sorted : {false, true}) {
+        std::vector<int> run;
+        for (SLIST::NODE* n = list.find_first(&items[4]); n; n = list.find_next(n))
+            run.push_back(tag_of(n));
+        EXPECT_EQ(run, (std::vector<int>{0, 2, 4})) << sorted;
+        list.sort(false);
     }
     EXPECT_EQ(tags(list), (std::vector<int>{1, 0, 2, 4, 3}));
+    list.set_cmp_func([](const void* a, const void* b) { return item_cmp(b, a); });
+    list.sort(false);   // a new compare function orders the list anew
+    EXPECT_EQ(tags(list), (std::vector<int>{3, 0, 2, 4, 1}));
+    list.set_cmp_func(item_cmp);
+    list.set_find_cmp_func([](const void* key, const void* item) {
+        const ITEM probe{-*static_cast<const int*>(key), -1};
+        return item_cmp(&probe, item);
+    });
+    const struct { int key; int pred, succ; } cases[] = {{0, -1, 1}, {-1, 1, 1}, {-7, 4, 3}, {-9, 3, 3}, {-10, 3, -1}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(tag_of(list.find_insert_pred(&c.key)), c.pred) << c.key;
+        EXPECT_EQ(tag_of(list.find_insert_succ(&c.key)), c.succ) << c.key;
+    }
+    const int eight = -8, nine = -9;
+    EXPECT_EQ(list.find(&eight), nullptr);
+    SLIST copy(&zone);
+    copy.copy(&list);
+    EXPECT_EQ(tag_of(copy.find(&nine)), 3);
 }
 
 TEST_F(SlistTest, UniqKeepsTheLastOfEachRunInListOrder) {
-    const struct { std::vector<ITEM> items; std::vector<int> kept; } cases[] = {
-        {{{1, 0}, {2, 1}, {1, 2}}, {1, 2}},   // a1, b, a2 -> b, a2
-        {{{1, 0}, {2, 1}, {1, 2}, {3, 3}, {2, 4}, {1, 5}}, {3, 4, 5}},
-        {{{7, 0}}, {0}},
+    const struct { std::vector<int> keys; std::vector<int> kept; } cases[] = {
+        {{1, 2, 1}, {1, 2}},   // a1, b, a2 -> b, a2
+        {{1, 2, 1, 3, 2, 1}, {3, 4, 5}},
+        {{7}, {0}},
     };
     for (const auto& c : cases) {
         SLIST uniq(&zone);
-        std::vector<ITEM> items = c.items;
+        std::vector<ITEM> items = items_of(c.keys);
         for (ITEM& item : items)
             uniq.append(&item);
         uniq.set_cmp_func(item_cmp);
@@ -108,43 +133,52 @@ TEST_F(SlistTest, UniqKeepsTheLastOfEachRunInListOrder) {
         EXPECT_EQ(tags(uniq), c.kept);
         EXPECT_EQ(tag_of(uniq.find(&items.back())), items.back().tag);   // the table was rebuilt
     }
-}
-
-TEST_F(SlistTest, GrowSortedTableByAQuarterBeyondTheRequest) {
-    const struct { int request; unsigned capacity; } steps[] = {
-        {0, 0}, {10, 10}, {11, 13}, {13, 13}, {14, 17}, {-1, 17}
-    };
-    for (const auto& s : steps) {
-        list.grow_sorted_table(s.request);
-        EXPECT_EQ(list.sorted_table_capacity(), s.capacity) << s.request;
+    const std::pair<int, unsigned> steps[] = {{0, 0}, {10, 10}, {11, 13}, {13, 13}, {14, 17}};
+    for (const auto& step : steps) {
+        list.grow_sorted_table(step.first);
+        EXPECT_EQ(list.sorted_table_capacity(), step.second) << step.first;
     }
 }
 
+// Merging a list into itself doubles it once; a list in sorted order that
+// takes in more items sorts again; a copy takes the compare function along.
 TEST_F(SlistTest, EditingKeepsLinksConsistent) {
-    ITEM items[6];
-    for (int i = 0; i < 6; ++i)
-        items[i] = ITEM{i, i};
+    std::vector<ITEM> items = items_of({5, 4, 3, 2, 1, 0});
     SLIST::NODE* n0 = list.append(&items[0]);
     list.append(&items[2]);
     list.insert(&items[1], list.find(&items[2]));
-    list.prepend(&items[3]);
+    SLIST one(&zone), other(&zone), copy(&zone);
+    one.append(&items[3]);
+    list.premerge(&one);
     list.insert(&items[4], nullptr);
-    EXPECT_EQ(tags(list), (std::vector<int>{3, 0, 1, 2, 4}));
+    other.append(&items[5]);
+    other.merge(&other);
+    other.premerge(&list);
+    EXPECT_EQ(tags(other), (std::vector<int>{3, 0, 1, 2, 4, 5, 5}));
+    list.set_cmp_func(item_cmp);
+    list.sort(false);
+    list.premerge(&other);
+    copy.copy(&list);
+    for (SLIST* sorted : {&list, &copy}) {
+        sorted->sort(false);
+        EXPECT_EQ(tags(*sorted), (std::vector<int>{5, 5, 4, 4, 3, 3, 2, 2, 1, 1, 0, 0}));
+    }
     EXPECT_TRUE(list.erase(n0));
+    EXPECT_EQ(n0->mylist(), nullptr);
     EXPECT_TRUE(list.erase(static_cast<const void*>(&items[2])));
-    EXPECT_FALSE(list.erase(static_cast<const void*>(&items[5])));
-    EXPECT_EQ(list.remove_first(), &items[3]);
-    EXPECT_EQ(list.remove_last(), &items[4]);
+    EXPECT_EQ(list.remove_first(), &items[5]);
+    EXPECT_EQ(list.remove_last(), &items[0]);
     list.prepend(nullptr);
     EXPECT_EQ(list.purge(), 1u);
-    EXPECT_EQ(tags(list), (std::vector<int>{1}));
+    EXPECT_EQ(tags(list), (std::vector<int>{5, 4, 4, 3, 3, 2, 1, 1}));
     list.clear();
     EXPECT_EQ(list.remove_first(), nullptr);
+    EXPECT_EQ(list.remove_last(), nullptr);
 }
 
 // Without a compare function insert_sorted appends.
 TEST_F(SlistTest, MisuseIsReportedAndTheListCarriesOn) {
-    ITEM items[] = {{2, 0}, {1, 1}};
+    std::vector<ITEM> items = items_of({2, 1});
     SLIST other(&zone);
     SLIST::NODE* foreign = other.append(&items[0]);
     const std::string err = stderr_of([&] {
@@ -153,25 +187,13 @@ TEST_F(SlistTest, MisuseIsReportedAndTheListCarriesOn) {
         unsigned long index = 0;
         EXPECT_FALSE(list.find_index(&items[0], index, nullptr));
         EXPECT_FALSE(list.erase(foreign));
+        list.insert(&items[1], foreign);
     });
-    EXPECT_EQ(tags(list), (std::vector<int>{0, 1}));
+    EXPECT_EQ(tags(list), (std::vector<int>{0, 1, 1}));
     EXPECT_EQ(tags(other), (std::vector<int>{0}));
-    const std::string no_cmp =
-        ">> application error: SLIST::find_index: Use set_cmp_func to specify compare function\n";
-    EXPECT_EQ(err, no_cmp + no_cmp + no_cmp +
-                       ">> application error: SLIST::erase: node does not belong to this list\n");
-}
-
-TEST_F(SlistTest, DumpPrintsAddressesAndItems) {
-    ITEM items[] = {{1, 0}, {2, 1}};
-    append_all(items);
-    const std::string text = written_by([&](FILE* f) { list.dump(f); });
-    EXPECT_TRUE(std::regex_match(text, std::regex("SLIST:  0x[0-9a-f]{8,}\n"
-                                                  "SIZE:     00000002\n"
-                                                  "ITEMS:\n"
-                                                  "0         :  0x[0-9a-f]{8,}  0x[0-9a-f]{8,}\n"
-                                                  "1         :  0x[0-9a-f]{8,}  0x[0-9a-f]{8,}\n\n")))
-        << text;
+    const std::string no_cmp = ">> application error: SLIST::find_index: Use set_cmp_func to specify compare function\n";
+    EXPECT_EQ(err, no_cmp + no_cmp + no_cmp + ">> application error: SLIST::erase: node does not belong to this list\n"
+                       ">> application error: SLIST::insert: node does not belong to this list\n");
 }
 
 }  // namespace
