@@ -18,8 +18,6 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-std::string app_error(const std::string& text) { return ">> application error: " + text + "\n"; }
-
 Bytes bytes_of(const DATA_MAP& map) {
     Bytes out(map.size());
     map.set_cursor(0);
@@ -40,49 +38,53 @@ protected:
     }
 };
 
-// Reads off the end are silent: they yield zero and move the cursor as if
-// the bytes were there.
-TEST_F(DataMapTest, ReadsPastTheEndYieldZeroAndStillAdvance) {
-    DATA_MAP map;
-    fill(map, {0xFF, 0xFF, 0xFF, 0xFF});
-    unsigned char buffer[6] = {1, 1, 1, 1, 1, 1};
+// Multi-byte reads follow the map's byte order; INT8 and INT16 extend the
+// sign, INT_read does not. Reads off the end are silent: they yield zero and
+// move the cursor as if the bytes were there; peeks never move it.
+TEST_F(DataMapTest, SequentialReadsFollowTheByteOrderAndTheEnd) {
+    DATA_MAP le, be, ones;
+    fill(le, {1, 2, 3, 4, 5, 6, 7, 8});
+    fill(be, {1, 2, 3, 4, 5, 6, 7, 8}, DATA_MAP::BIG);
+    fill(ones, Bytes(8, 0xFF), DATA_MAP::BIG);
+    typedef std::function<int64_t(const DATA_MAP&)> READ;
+    const READ u16 = [](const DATA_MAP& m) { return m.UINT16_read(); };
+    const READ u24 = [](const DATA_MAP& m) { return m.UINT_read(3); };
+    const READ i16 = [](const DATA_MAP& m) { return m.INT16_read(); };
+    const struct { const DATA_MAP* map; uint32_t at; READ read; int64_t value; uint32_t after; } cases[] = {
+        {&le, 0, u16, 0x0201, 2},
+        {&le, 2, [](const DATA_MAP& m) { return m.UINT32_read(); }, 0x06050403, 6},
+        {&be, 0, u24, 0x010203, 3},
+        {&be, 3, [](const DATA_MAP& m) { return m.UINT32_read(); }, 0x04050607, 7},
+        {&be, 0, [](const DATA_MAP& m) { return m.UINT64_read(); }, 0x0102030405060708, 8},
+        {&ones, 0, [](const DATA_MAP& m) { return m.INT8_read(); }, -1, 1},
+        {&ones, 0, i16, -1, 2},
+        {&ones, 0, [](const DATA_MAP& m) { return m.INT_read(3); }, 0xFFFFFF, 3},
+        {&ones, 0, [](const DATA_MAP& m) { return m.INT64_read(); }, -1, 8},
+        {&ones, 7, u16, 0, 9},
+        {&ones, 6, u24, 0, 9},
+        {&ones, 9, i16, 0, 11},
+        {&ones, 7, [](const DATA_MAP& m) { return m.UINT8_read(1); }, 0, 7},
+        {&ones, 6, [](const DATA_MAP& m) { return m.UINT8_read(1); }, 0xFF, 6},
+        {&ones, 0, [](const DATA_MAP& m) { return m[8]; }, 0, 0},
+    };
     EXPECT_EQ(stderr_of([&] {
-                  map.set_cursor(3);   // one byte short
-                  EXPECT_EQ(map.UINT16_read(), 0u);
-                  EXPECT_EQ(map.cursor(), 5u);
-                  map.set_cursor(2);
-                  EXPECT_EQ(map.UINT_read(3), 0u);
-                  EXPECT_EQ(map.cursor(), 5u);
-                  map.set_cursor(9);
-                  EXPECT_EQ(map.INT16_read(), 0);
-                  EXPECT_EQ(map.cursor(), 11u);
-                  map.set_cursor(0);
-                  EXPECT_EQ(map.read(buffer, 6), 0u);
+                  for (const auto& c : cases) {
+                      c.map->set_cursor(c.at);
+                      EXPECT_EQ(c.read(*c.map), c.value) << &c - cases;
+                      EXPECT_EQ(c.map->cursor(), c.after) << &c - cases;
+                  }
               }),
               "");
-    EXPECT_EQ(Bytes(buffer, buffer + 6), Bytes(6, 0));
-    EXPECT_EQ(map.cursor(), 6u);
-}
+    unsigned char buffer[10] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+    ones.set_cursor(0);
+    EXPECT_EQ(ones.read(buffer, 10), 0u);
+    EXPECT_EQ(Bytes(buffer, buffer + 10), Bytes(10, 0));
+    EXPECT_EQ(ones.cursor(), 10u);
 
-TEST_F(DataMapTest, ReadsFollowTheByteOrderAndSignRules) {
-    DATA_MAP map;
-    fill(map, {1, 2, 3, 4, 5, 6, 7, 8});
-    EXPECT_EQ(map.UINT16_read(), 0x0201u);
-    EXPECT_EQ(map.UINT32_read(), 0x06050403u);
-    map.set_endian(DATA_MAP::BIG);
-    map.set_cursor(0);
-    EXPECT_EQ(map.UINT_read(3), 0x010203u);
-    EXPECT_EQ(map.UINT32_read(), 0x04050607u);
-    map.set_cursor(0);
-    EXPECT_EQ(map.UINT64_read(), 0x0102030405060708u);
-
-    fill(map, Bytes(8, 0xFF), DATA_MAP::BIG);
-    EXPECT_EQ(map.INT8_read(), -1);
-    EXPECT_EQ(map.INT16_read(), -1);
-    map.set_cursor(0);
-    EXPECT_EQ(map.INT_read(3), 0xFFFFFF);   // never sign-extended
-    map.set_cursor(0);
-    EXPECT_EQ(map.INT64_read(), -1);
+    fill(le, {'a', 'b', 0, 'c', 'd'});
+    EXPECT_STREQ(le.string_read(), "ab");
+    EXPECT_STREQ(le.string_read(), "");   // no terminator before the end
+    EXPECT_EQ(le.cursor(), 6u);
 }
 
 TEST_F(DataMapTest, WritesGrowTheMapInItsByteOrder) {
@@ -100,19 +102,15 @@ TEST_F(DataMapTest, WritesGrowTheMapInItsByteOrder) {
     map.set_cursor(14);
     map.UINT8_write(7);         // the gap before it reads as zeros
     EXPECT_EQ(bytes_of(map), (Bytes{0x12, 0xEF, 0xBE, 0xB2, 0xC3, 0xD4, 0xFF, 0xFF, 0xFE, 'h', 'i', 0, 0, 0, 7}));
-}
 
-// Any order other than 2 is little endian.
-TEST_F(DataMapTest, ExplicitOrderCodecsTreatOnlyTwoAsBigEndian) {
+    // Only 2 is big endian for the raw codecs.
     for (int endian : {1, 0, 7, 2}) {
-        const bool big = endian == 2;
         unsigned char buf[4];
+        const bool big = endian == 2;
         EXPECT_EQ(DATA_MAP::UINT16_write(buf, 0x1234, endian), buf + 2);
         EXPECT_EQ(Bytes(buf, buf + 2), (big ? Bytes{0x12, 0x34} : Bytes{0x34, 0x12})) << endian;
-        DATA_MAP::UINT32_write(buf, 0x12345678, endian);
-        EXPECT_EQ(Bytes(buf, buf + 4), (big ? Bytes{0x12, 0x34, 0x56, 0x78} : Bytes{0x78, 0x56, 0x34, 0x12}));
         EXPECT_EQ(DATA_MAP::UINT_write(buf, 0x123456, endian, 3), buf + 3);
-        EXPECT_EQ(Bytes(buf, buf + 3), (big ? Bytes{0x12, 0x34, 0x56} : Bytes{0x56, 0x34, 0x12}));
+        EXPECT_EQ(Bytes(buf, buf + 3), (big ? Bytes{0x12, 0x34, 0x56} : Bytes{0x56, 0x34, 0x12})) << endian;
     }
 }
 
@@ -153,32 +151,64 @@ TEST_F(DataMapTest, Leb128EncodingsRoundTrip) {
     EXPECT_EQ(map.cursor(), 3u);
 }
 
-TEST_F(DataMapTest, BitFieldMisuseIsReportedAndLeavesTheCursor) {
+// A field is read and written in place; misuse is reported and changes nothing.
+TEST_F(DataMapTest, BitFieldsStayInTheirContainer) {
+    const std::string unpack_prefix = ">> application error: DATA_MAP::unpack:  ";
     const struct {
         std::function<uint64_t(DATA_MAP&)> call;
+        uint64_t result;
+        Bytes after;
         std::string message;
     } cases[] = {
-        {[](DATA_MAP& m) { return m.unpack(4, 28, 8); },
-         "DATA_MAP::unpack:  field size + lsb offset is greater than container size; returning 0"},
-        {[](DATA_MAP& m) { return m.unpack(9, 0, 1); },
-         "unpack does not support container sizes larger than 8 bytes; returning 0"},
-        {[](DATA_MAP& m) { return m.unpack(8, 0, 8); }, ""},   // container runs past the end
-        {[](DATA_MAP& m) { m.pack(1, 9, 0, 1); return 0; },
-         "DATA_MAP::unpack:  container sizes larger than 8 bytes are not supported"},
-        {[](DATA_MAP& m) { m.pack(1, 4, 28, 8); return 0; },
-         "DATA_MAP::unpack:  field size + lsb offset is greater than container size"},
+        {[](DATA_MAP& m) { m.pack(0xA5, 4, 12, 8); return m.unpack(2, 12, 4); }, 5, {0, 0xFF, 0x5F, 0xFA, 0xFF}, ""},
+        {[](DATA_MAP& m) { m.pack(0, 1, 0, 1); return m.unpack(4, 12, 8); }, 0xFF, {0, 0xFE, 0xFF, 0xFF, 0xFF}, ""},
+        {[](DATA_MAP& m) { return m.unpack(4, 28, 8); }, 0, {0, 0xFF, 0xFF, 0xFF, 0xFF},
+         unpack_prefix + "field size + lsb offset is greater than container size; returning 0\n"},
+        {[](DATA_MAP& m) { return m.unpack(9, 0, 1); }, 0, {0, 0xFF, 0xFF, 0xFF, 0xFF},
+         ">> application error: unpack does not support container sizes larger than 8 bytes; returning 0\n"},
+        {[](DATA_MAP& m) { return m.unpack(8, 0, 8) + m.unpack(2, 0, 0); }, 0, {0, 0xFF, 0xFF, 0xFF, 0xFF}, ""},
+        {[](DATA_MAP& m) { m.pack(1, 9, 0, 1); return 0; }, 0, {0, 0xFF, 0xFF, 0xFF, 0xFF},
+         unpack_prefix + "container sizes larger than 8 bytes are not supported\n"},
+        {[](DATA_MAP& m) { m.pack(1, 4, 28, 8); return 0; }, 0, {0, 0xFF, 0xFF, 0xFF, 0xFF},
+         unpack_prefix + "field size + lsb offset is greater than container size\n"},
     };
     for (const auto& c : cases) {
         DATA_MAP map;
         fill(map, {0, 0xFF, 0xFF, 0xFF, 0xFF});
         map.set_cursor(1);
-        EXPECT_EQ(stderr_of([&] { EXPECT_EQ(c.call(map), 0u); }), c.message.empty() ? "" : app_error(c.message));
+        EXPECT_EQ(stderr_of([&] { EXPECT_EQ(c.call(map), c.result); }), c.message);
         EXPECT_EQ(map.cursor(), 1u);
-        EXPECT_EQ(bytes_of(map), (Bytes{0, 0xFF, 0xFF, 0xFF, 0xFF}));
+        EXPECT_EQ(bytes_of(map), c.after);
+    }
+    DATA_MAP wide;   // a whole 64-bit container, made room for
+    wide.pack(0x8877665544332211u, 8, 0, 64);
+    EXPECT_EQ(wide.unpack(8, 0, 64), 0x8877665544332211u);
+    EXPECT_EQ(wide.size(), 8u);
+}
+
+TEST_F(DataMapTest, RemoveAndCopyDataWithinTheMap) {
+    const struct { std::function<void(DATA_MAP&)> edit; Bytes after; } cases[] = {
+        {[](DATA_MAP& m) { m.remove_data(2, 3); }, {0, 1, 5, 6, 7}},
+        {[](DATA_MAP& m) { m.remove_data(6, 9); }, {0, 1, 2, 3, 4, 5}},
+        {[](DATA_MAP& m) { m.remove_data(9, 1); }, {0, 1, 2, 3, 4, 5, 6, 7}},
+        {[](DATA_MAP& m) { m.copy_data(6, 2, 4); }, {0, 1, 2, 3, 4, 5, 2, 3, 4, 5}},
+        {[](DATA_MAP& m) { m.copy_data(0, 5, 9); }, {5, 6, 7, 3, 4, 5, 6, 7}},
+        {[](DATA_MAP& m) { m.copy_data(2, 0, 4); }, {0, 1, 0, 1, 2, 3, 6, 7}},
+        {[](DATA_MAP& m) { m.copy_data(1, 9, 2); }, {0, 1, 2, 3, 4, 5, 6, 7}},
+        {[](DATA_MAP& m) { m.set_data(DATA_MAP(m), 5, 9); }, {5, 6, 7}},
+        {[](DATA_MAP& m) { m.set_data(DATA_MAP(m), 8, 1); }, {}},
+    };
+    for (const auto& c : cases) {
+        DATA_MAP map;
+        fill(map, {0, 1, 2, 3, 4, 5, 6, 7});
+        c.edit(map);
+        EXPECT_EQ(bytes_of(map), c.after) << &c - cases;
     }
 }
 
-TEST_F(DataMapTest, ResetAndClearKeepOnlyTheByteOrder) {
+// Byte order and cursor take no part in a comparison; a map that owns its
+// bytes loses them when unloaded and then reads as zeros.
+TEST_F(DataMapTest, ResetUnloadAndCompare) {
     for (bool use_clear : {false, true}) {
         DATA_MAP map;
         fill(map, {1, 2, 3}, DATA_MAP::BIG);
@@ -187,9 +217,23 @@ TEST_F(DataMapTest, ResetAndClearKeepOnlyTheByteOrder) {
         EXPECT_EQ(map.flags(), DATA_MAP::LOADED | DATA_MAP::BIG_ENDIAN_DATA);
         EXPECT_EQ(map.size(), 0u);
         EXPECT_EQ(map.cursor(), 0u);
-        map.set_data(reinterpret_cast<const unsigned char*>("\x01\x02"), 2);
-        EXPECT_EQ(map.UINT16_read(), 0x0102);
     }
+    DATA_MAP a, zeros;
+    fill(a, {1, 2, 0, 0});
+    fill(zeros, Bytes(4, 0));
+    DATA_MAP b(a);
+    b.set_cursor(1);
+    b.set_endian(DATA_MAP::BIG);
+    EXPECT_TRUE(a == b);
+    EXPECT_FALSE(b.contains_all_zeroes());
+    b.set_cursor(2);
+    EXPECT_TRUE(b.contains_all_zeroes());
+    a.unload();
+    EXPECT_TRUE(a != b);
+    EXPECT_TRUE(a == zeros);
+    DATA_MAP part;   // of a map whose pool is shorter than its size
+    part.set_data(a, 1, 2);
+    EXPECT_EQ(bytes_of(part), (Bytes{0, 0}));
 }
 
 TEST_F(DataMapTest, TextAndDataOutputPadTheLastLine) {
@@ -232,13 +276,22 @@ protected:
 TEST_F(FileBoundMapTest, LoadsOnFirstUseAndKeepsTheFilePosition) {
     DATA_MAP map;
     map.set_data(file_, 16, 8);
+    unsigned char bytes[8];
+    map.set_cursor(6);
+    EXPECT_EQ(map.read_bypass(bytes, 4), 2u);   // two bytes left in the stretch
+    EXPECT_EQ(Bytes(bytes, bytes + 4), (Bytes{22, 23, 0, 0}));
+    EXPECT_EQ(map.cursor(), 10u);
     EXPECT_FALSE(map.is_loaded());
+    map.set_cursor(0);
     EXPECT_EQ(map.UINT32_read(), 0x13121110u);
     EXPECT_TRUE(map.is_loaded());
     EXPECT_EQ(position(), 5);
 
     DATA_MAP copy(map);          // unmodified: bound, not loaded
     EXPECT_EQ(copy.file(), file_);
+    DATA_MAP part;
+    part.set_data(copy, 2, 3);
+    EXPECT_EQ(bytes_of(part), (Bytes{18, 19, 20}));
     EXPECT_TRUE(copy == map);
     map.set_cursor(0);
     map.UINT8_write(0xEE);
@@ -246,29 +299,16 @@ TEST_F(FileBoundMapTest, LoadsOnFirstUseAndKeepsTheFilePosition) {
     EXPECT_EQ(owned.file(), nullptr);
     EXPECT_EQ(owned[0], 0xEE);
 
-    unsigned char bytes[8];
     map.set_data(file_, 60, 8);  // stretches past the end of the file
     EXPECT_EQ(stderr_of([&] { EXPECT_EQ(map.read(bytes, 8), 8u); }), "");
     EXPECT_EQ(Bytes(bytes, bytes + 8), (Bytes{60, 61, 62, 63, 0, 0, 0, 0}));
     EXPECT_EQ(position(), 5);
-}
 
-// The manager closes the least recently used stream when too many are open;
-// the map must fetch the stream anew instead of keeping an old one.
-TEST_F(FileBoundMapTest, ReloadsAfterTheStreamWasEvicted) {
-    DATA_MAP map;
-    map.set_data(file_, 32, 4);
-    EXPECT_EQ(map.UINT32_read(), 0x23222120u);
-    map.unload();
-    std::vector<FHM_FILE*> others;
-    for (int i = 0; i < 12; ++i)
-        others.push_back(fhm_open(path_.c_str(), "rb"));
-    EXPECT_FALSE(file_->is_open());
-    map.set_cursor(0);
-    EXPECT_EQ(map.UINT32_read(), 0x23222120u);
-    EXPECT_EQ(position(), 5);
-    for (FHM_FILE* other : others)
-        fhm_close(other);
+    DATA_MAP filled;             // reads at the file's own position, which moves
+    filled.set_cursor(1);
+    EXPECT_EQ(filled.write(file_, 3), 3u);
+    EXPECT_EQ(bytes_of(filled), (Bytes{0, 5, 6, 7}));
+    EXPECT_EQ(position(), 8);
 }
 
 }  // namespace
