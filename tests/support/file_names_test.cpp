@@ -18,6 +18,21 @@ std::string addext(const char* name, const char* ext, int replace) {
     return fn_addext(buffer, ext, replace);
 }
 
+std::string delext(const char* name) {
+    char buffer[64];
+    strcpy(buffer, name);
+    return fn_delext(buffer);
+}
+
+// A string the caller must free, as a std::string.
+std::string taken(char* text) {
+    std::string copy = text ? text : "(null)";
+    free(text);
+    return copy;
+}
+
+std::string yes(bool answer) { return answer ? "yes" : "no"; }
+
 std::string split(const std::string& path) {
     char *dir = nullptr, *base = nullptr, *ext = nullptr;
     fn_split(path.c_str(), &dir, &base, &ext);
@@ -42,6 +57,23 @@ TEST(FileNamesTest, NameEditingTable) {
         {split("/a.b.c"), "/|a.b|c"},
         {split(""), "||"},
         {split(d + "/" + b + "." + e), d499 + "|" + b499 + "|" + e499},
+        {delext("d.x/lib"), "d.x/lib"},
+        {delext("d.x/lib.a.b"), "d.x/lib.a"},
+        {taken(fn_build("dir", "lib", "a")), "dir/lib.a"},
+        {taken(fn_build("dir/", "lib", ".a")), "dir/lib.a"},
+        {taken(fn_build("", "lib", "")), "lib"},
+        {taken(fn_build(nullptr, "lib", nullptr)), "lib"},
+        {taken(fn_realname("a/b")), "a/b"},
+        {yes(fn_matches_ext("d.x/lib.a", ".a")) + yes(fn_matches_ext("d.x/lib", "x")) + yes(fn_matches_ext("lib", "")) +
+             yes(fn_matches_ext(nullptr, "a")),
+         "yesnoyesno"},
+        {yes(fn_hasdir("a/b")) + yes(fn_hasdir("ab")) + yes(fn_has_full_path("/a")) + yes(fn_has_full_path("a/b")),
+         "yesnoyesno"},
+        {yes(fn_has_relative_path("a/b")) + yes(fn_has_relative_path("/a/b")) + yes(fn_has_relative_path("ab")),
+         "yesnono"},
+        {std::to_string(fn_strcmp("ab", "ab")) + std::to_string(fn_strcmp("a", "ab") < 0) +
+             std::to_string(fn_strcmp("\x80", "a") < 0) + std::to_string(fn_strcmp(nullptr, "a")),
+         "011-1"},
     };
     for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)
         EXPECT_EQ(cases[i].got, cases[i].want) << "row " << i;
@@ -54,7 +86,15 @@ TEST(FileNamesTest, RenameMovesWithinADeviceAndCopiesAcross) {
     EXPECT_EQ(fn_rename(from.c_str(), here.path("to").c_str()), 1);
     EXPECT_FALSE(fn_exists(from.c_str()));
     EXPECT_EQ(here.read("to"), "payload");
+    EXPECT_TRUE(fn_exists(here.path("to").c_str()));
     EXPECT_EQ(fn_rename(from.c_str(), here.path("again").c_str()), 0);
+    const std::string empty = here.write("empty", "");
+    EXPECT_TRUE(fn_is_empty(empty.c_str()));
+    EXPECT_FALSE(fn_is_empty(here.path("to").c_str()));
+    EXPECT_TRUE(fn_samefile(here.path("to").c_str(), (here.dir() + "/./to").c_str()));
+    EXPECT_FALSE(fn_samefile(here.path("to").c_str(), empty.c_str()));
+    EXPECT_EQ(fn_delete(empty.c_str()), 0);
+    EXPECT_FALSE(fn_exists(empty.c_str()));
 
     SCRATCH_DIR there("/dev/shm");
     struct stat a, b;

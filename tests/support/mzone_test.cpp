@@ -5,52 +5,92 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <algorithm>
+#include <memory>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "support/text_capture.h"
 
 namespace {
 
 // A request is rounded up to a multiple of 8, and one that already is a
-// multiple of 8 takes 8 bytes more; a block left with at most 7 bytes is used up.
-TEST(MzoneTest, AllocRoundingFromFreshZone) {
-    const struct { size_t size; unsigned avail_after; } cases[] = {
-        {0, 1016}, {7, 1016}, {8, 1008}, {15, 1008}, {16, 1000}, {1008, 8}, {1015, 8}, {1016, 0}
+// multiple of 8 takes 8 bytes more; a block left with at most 7 bytes is
+// used up, and a request larger than the minimum gets a block of its size.
+TEST(MzoneTest, AllocRoundingAndBlockSizes) {
+    const struct { std::vector<size_t> sizes; unsigned avail_after; } cases[] = {
+        {{0}, 1016}, {{7}, 1016}, {{8}, 1008}, {{15}, 1008}, {{16}, 1000}, {{1008}, 8}, {{1015}, 8},
+        {{1016}, 0}, {{8, 5}, 1000}, {{1000, 5000}, 0}, {{1000, 5000, 100}, 1024 - 104},
     };
     for (const auto& c : cases) {
         MZONE zone(1024);
-        zone.alloc(c.size);
-        EXPECT_EQ(zone.avail(), c.avail_after) << "size " << c.size;
+        for (size_t size : c.sizes) {
+            char* got = static_cast<char*>(zone.alloc(size));
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(got) % 8, 0u);
+            EXPECT_EQ(std::string(got, size), std::string(size, '\0'));
+        }
+        EXPECT_EQ(zone.avail(), c.avail_after) << c.sizes.back();
     }
-    MZONE zone(1024);
-    char* a = static_cast<char*>(zone.alloc(8));
-    EXPECT_EQ(zone.avail(), 1008u);
-    char* b = static_cast<char*>(zone.alloc(5));
-    EXPECT_EQ(zone.avail(), 1000u);
-    EXPECT_EQ(b - a, 16);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(b) % 8, 0u);
 }
 
-TEST(MzoneTest, BlocksAreMaxOfRequestAndMinimum) {
-    MZONE zone(1024);
-    zone.alloc(1000);                       // leaves 16
-    unsigned char* big = static_cast<unsigned char*>(zone.alloc(5000));
-    EXPECT_EQ(zone.avail(), 0u);            // a block of exactly 5000 bytes
-    for (int i = 0; i < 5000; ++i)
-        ASSERT_EQ(big[i], 0) << i;
-    zone.alloc(100);                        // a fresh 1024 block
-    EXPECT_EQ(zone.avail(), 1024u - 104u);
-}
+struct COUNTED : MZONE_OBJECT {
+    explicit COUNTED(std::vector<int>* log, int id) : log(log), id(id) {}
+    ~COUNTED() override { log->push_back(id); }
+    std::vector<int>* log;
+    int id;
+};
 
+// Reset destroys the registered objects in order, keeps the newest block
+// and zeroes what was used of it.
 TEST(MzoneTest, ResetKeepsAndZeroesNewestBlock) {
+    std::vector<int> destroyed;
     MZONE zone(1024);
-    zone.alloc(8);
+    zone.make<COUNTED>(&destroyed, 1);
+    zone.make<COUNTED>(&destroyed, 2);
     char* first = static_cast<char*>(zone.alloc(2000));
     memset(first, 0x5a, 2000);
     zone.reset();
+    EXPECT_EQ(destroyed, (std::vector<int>{1, 2}));
     EXPECT_EQ(zone.avail(), 2000u);
-    EXPECT_EQ(zone.peak(), 2008u);
+    EXPECT_EQ(zone.requested(), 0u);
+    EXPECT_EQ(zone.peak(), 2000u + 2 * sizeof(COUNTED));
     char* again = static_cast<char*>(zone.alloc(2000));
     EXPECT_EQ(again, first);
-    for (int i = 0; i < 2000; ++i)
-        ASSERT_EQ(again[i], 0) << i;
+    EXPECT_EQ(std::string(again, 2000), std::string(2000, '\0'));
+    EXPECT_STREQ(zone.strdup("text"), "text");
+}
+
+// Counts up to 999 are plain, then thousands up to 999999, then millions;
+// the first 20 live zones are listed.
+TEST(MzoneTest, UsageReportListsLiveZones) {
+    auto report = [] { return written_by([](FILE* f) { zreport(f); }); };
+    MZONE kept(999, "kept", 7);
+    kept.alloc(1);
+    {
+        MZONE gone(1, "gone", 0);
+        gone.alloc(1);
+        EXPECT_NE(report().find("Currently allocated:  1K bytes\n\n"), std::string::npos);
+    }
+    EXPECT_NE(report().find("Maximum allocated  :  1K bytes\nCurrently allocated:  999 bytes\n\n"),
+              std::string::npos);
+    MZONE big(999001, "big", 0);
+    big.alloc(1);
+    const std::string text = report();
+    EXPECT_TRUE(std::regex_match(text, std::regex("\nMemory zone usage\n-----------------\n"
+                                                  "Maximum allocated  :  1M bytes\n"
+                                                  "Currently allocated:  1M bytes\n\n"
+                                                  "Zone [0-9]+ 'kept' \\(flag 7\\): 1 blocks, 999 bytes, 991 available\n"
+                                                  "  requested 1, peak 1\n"
+                                                  "Zone [0-9]+ 'big' \\(flag 0\\): 1 blocks, 999001 bytes, "
+                                                  "998993 available\n  requested 1, peak 1\n")))
+        << text;
+    std::vector<std::unique_ptr<MZONE>> more;
+    for (int i = 0; i < 20; ++i)
+        more.emplace_back(new MZONE(1));
+    const std::string full = report();
+    EXPECT_EQ(std::count(full.begin(), full.end(), 'Z'), 20);
+    EXPECT_NE(full.find("Currently allocated:  1M bytes\n"), std::string::npos);
 }
 
 TEST(MzoneDeathTest, ImpossibleBlockEndsProcess) {

@@ -35,6 +35,7 @@ TEST(PfileTest, MisuseAndFailuresAreReportedWithTheResult) {
         {[&] { return pfseek(file, -1, SEEK_SET); }, -1, "pfseek called with SEEK_SET, but offset is negative"},
         {[&] { return pfseek(pipe_end, 0, SEEK_SET); }, -1, "call to pfseek failed:  Illegal seek"},
         {[&] { return pfseek(file, -1, SEEK_CUR); }, -1, "call to pfseek failed:  Invalid argument"},
+        {[&] { return pfseek(file, 0, SEEK_END); }, 0, nullptr},
         {[&] { return pfread(nullptr, 1, 4, file); }, 0, "pfread called with a NULL buffer pointer"},
         {[&] { return pfread(buf, 1, 4, nullptr); }, 0, "pfread called with a NULL FILE pointer"},
         {[&] { return pfread(buf, 1, 0, file); }, 0, "pfread called requesting zero elements"},
@@ -46,11 +47,9 @@ TEST(PfileTest, MisuseAndFailuresAreReportedWithTheResult) {
     };
     for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
         const auto& c = cases[i];
-        const int errors = channel->get_error_count();
         EXPECT_EQ(stderr_of([&] { EXPECT_EQ(c.call(), c.result) << "row " << i; }),
                   c.message ? std::string(">> application error: ") + c.message + "\n" : "")
             << "row " << i;
-        EXPECT_EQ(channel->get_error_count(), errors + (c.message ? 1 : 0)) << "row " << i;
     }
     for (FILE* f : {pipe_end, file, read_only})
         std::fclose(f);
