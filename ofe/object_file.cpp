@@ -214,8 +214,8 @@ OBJECT_FILE::OBJECT_FILE(const OF_FILE_HANDLE& handle)
 }
 
 OBJECT_FILE::~OBJECT_FILE() {
-    error_code_ = OF_NO_ERROR;
-    error_message_ = "";
+    error_code_ = OF_NO_ERROR;   // mutants: skip (the object ends here; nothing reads it again)
+    error_message_ = "";         // mutants: skip (likewise)
     if (handle_.owns_file && handle_.file)
         fhm_close(handle_.file);
     delete machine_db_;

@@ -20,29 +20,32 @@ namespace {
 template <typename CLASS>
 bool is(OF_MACHINE_DB* db) { return dynamic_cast<CLASS*>(db) != nullptr; }
 
-// Each family's database is of the family's own class, answers the family's
-// unit size and occurs in the formats the family is known in; only HERON
-// and KITE read ELF section index 0xFF00 as a small common block.
+// Each family's database is of the family's own class and answers its unit
+// size and its ELF machine number and COFF target ID (0: not in that format),
+// which the conversions map back; OWL writes KITE's target ID, which reads as
+// KITE. Only HERON and KITE read ELF section index 0xFF00 as a small common
+// block.
 TEST(MachineDb, OneClassPerFamily) {
     const struct {
         OF_MACHINE machine;
         std::function<bool(OF_MACHINE_DB*)> is_named_class;
         const char* short_name;
         unsigned unit_bits;
-        bool elf, coff, small_common;
+        uint16_t elf, coff;
+        bool small_common;
     } cases[] = {
-        {OF_MACHINE_ARM, is<ARM_MACHINE_DB>, "ARM", 8, true, true, false},
-        {OF_MACHINE_LARK, is<LARK_MACHINE_DB>, "LARK", 8, true, true, false},
-        {OF_MACHINE_WREN, is<WREN_MACHINE_DB>, "WREN", 16, true, true, false},
-        {OF_MACHINE_FINCH, is<FINCH_MACHINE_DB>, "FINCH", 16, false, true, false},
-        {OF_MACHINE_ROBIN, is<ROBIN_MACHINE_DB>, "ROBIN", 8, false, true, false},
-        {OF_MACHINE_HERON, is<HERON_MACHINE_DB>, "HERON", 8, true, true, true},
-        {OF_MACHINE_ROBINP, is<ROBINP_MACHINE_DB>, "ROBINP", 8, false, true, false},
-        {OF_MACHINE_OWL, is<OWL_MACHINE_DB>, "OWL", 8, false, true, false},
-        {OF_MACHINE_KITE, is<KITE_MACHINE_DB>, "KITE", 8, true, true, true},
-        {OF_MACHINE_SWIFT, is<SWIFT_MACHINE_DB>, "SWIFT", 8, true, false, false},
-        {OF_MACHINE_EGRET, is<EGRET_MACHINE_DB>, "EGRET", 8, true, false, false},
-        {OF_MACHINE_UNKNOWN, is<OF_MACHINE_DB>, "unknown", 8, false, false, false},
+        {OF_MACHINE_ARM, is<ARM_MACHINE_DB>, "ARM", 8, 40, 0x0097, false},
+        {OF_MACHINE_LARK, is<LARK_MACHINE_DB>, "LARK", 8, 0xA1B0, 0x009D, false},
+        {OF_MACHINE_WREN, is<WREN_MACHINE_DB>, "WREN", 16, 0xA1B1, 0x009C, false},
+        {OF_MACHINE_FINCH, is<FINCH_MACHINE_DB>, "FINCH", 16, 0, 0x0098, false},
+        {OF_MACHINE_ROBIN, is<ROBIN_MACHINE_DB>, "ROBIN", 8, 0, 0x009A, false},
+        {OF_MACHINE_HERON, is<HERON_MACHINE_DB>, "HERON", 8, 0xA1B2, 0x0099, true},
+        {OF_MACHINE_ROBINP, is<ROBINP_MACHINE_DB>, "ROBINP", 8, 0, 0x009B, false},
+        {OF_MACHINE_OWL, is<OWL_MACHINE_DB>, "OWL", 8, 0, 0x009E, false},
+        {OF_MACHINE_KITE, is<KITE_MACHINE_DB>, "KITE", 8, 0xA1B3, 0x009E, true},
+        {OF_MACHINE_SWIFT, is<SWIFT_MACHINE_DB>, "SWIFT", 8, 0xA1B4, 0, false},
+        {OF_MACHINE_EGRET, is<EGRET_MACHINE_DB>, "EGRET", 8, 0xA1B5, 0, false},
+        {OF_MACHINE_UNKNOWN, is<OF_MACHINE_DB>, "unknown", 8, 0, 0, false},
     };
     ELF_SYMBOL small_common(nullptr), processor_specific(nullptr);
     small_common.record().st_shndx = 0xFF00;
@@ -54,11 +57,13 @@ TEST(MachineDb, OneClassPerFamily) {
         EXPECT_EQ(db->machine(), c.machine);
         EXPECT_STREQ(OBJECT_FILE::simple_machine_name(db->machine()), c.short_name);
         EXPECT_EQ(db->unit_size(), c.unit_bits);
-        EXPECT_EQ(db->elf_magic() != 0, c.elf);
-        EXPECT_EQ(db->nucoff_magic() != 0, c.coff);
-        if (c.elf) {
-            EXPECT_EQ(OBJECT_FILE::OF_MACHINE_from_ELF(db->elf_magic()), c.machine);
-        }
+        EXPECT_EQ(db->elf_magic(), c.elf);
+        EXPECT_EQ(db->nucoff_magic(), c.coff);
+        EXPECT_EQ(OBJECT_FILE::OF_MACHINE_to_ELF(c.machine), c.elf);
+        EXPECT_EQ(OBJECT_FILE::OF_MACHINE_to_NUCOFF(c.machine), c.coff);
+        EXPECT_EQ(OBJECT_FILE::OF_MACHINE_from_ELF(c.elf), c.elf ? c.machine : OF_MACHINE_UNKNOWN);
+        EXPECT_EQ(OBJECT_FILE::OF_MACHINE_from_NUCOFF(c.coff),
+                  c.machine == OF_MACHINE_OWL ? OF_MACHINE_KITE : c.coff ? c.machine : OF_MACHINE_UNKNOWN);
 
         OF_SYM_KIND kind = OF_SYM_KIND_DEBUG;
         EXPECT_EQ(db->elf_sym_kind(&small_common, kind), c.small_common);
@@ -67,6 +72,8 @@ TEST(MachineDb, OneClassPerFamily) {
         EXPECT_FALSE(db->elf_sym_kind(&processor_specific, kind));
         EXPECT_EQ(kind, OF_SYM_KIND_UNKNOWN);
     }
+    EXPECT_STREQ(OBJECT_FILE::machine_name(OF_MACHINE_ARM), "Advanced RISC Machines ARM");
+    EXPECT_STREQ(OBJECT_FILE::machine_name(99), "unknown machine");
 }
 
 }  // namespace
