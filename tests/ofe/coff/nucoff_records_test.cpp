@@ -2,30 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <functional>
-#include <utility>
+#include <string>
 #include <vector>
 
+#include "ofe/swap_pattern.h"
 #include "support/data_map.h"
 
 using namespace OFE;
 
 namespace {
 
-typedef std::vector<std::pair<unsigned, unsigned>> FIELDS;   // offset, width
 typedef std::function<void(const DATA_MAP&, unsigned char*, bool)> READER;
-
-// The bytes 1, 2, 3, ... of a record with exactly the listed fields reversed;
-// with zero_name the first name word is zero.
-std::vector<unsigned char> pattern(size_t size, const FIELDS& swapped, bool zero_name = false) {
-    std::vector<unsigned char> bytes(size);
-    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(zero_name && i < 4 ? 0 : i + 1);
-    for (const auto& field : swapped)
-        std::reverse(bytes.begin() + field.first, bytes.begin() + field.first + field.second);
-    return bytes;
-}
 
 template <typename Record>
 READER reader(int (*read)(const DATA_MAP&, Record&, bool)) {
@@ -50,64 +39,57 @@ READER fields(void (*swapper)(Record&, unsigned), unsigned flags) {
 }
 
 // Every reader copies its record as stored and, asked to swap, reverses
-// exactly the listed fields; the cursor moves by the record's size.
+// exactly the multi-byte fields (layouts as swap_pattern reads them); the
+// cursor moves by the record's size. A name whose first word is zero keeps a
+// string-table offset, swapped, in its second word.
 TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
-    const FIELDS scnhdr2 = {{8, 4}, {12, 4}, {16, 4}, {20, 4}, {24, 4}, {28, 4}, {32, 4}, {36, 4}, {40, 4}, {46, 2}};
-    FIELDS scnhdr2_offset = scnhdr2;
-    scnhdr2_offset.push_back({4, 4});
+    const std::string name(8, '1'), tail(10, '1');
     const struct {
         const char* what;
-        size_t size;
         READER read;
-        FIELDS swapped;
-        bool zero_name;
+        std::string layout;
     } cases[] = {
-        {"filehdr1", 22, reader(read_NUCoff_filehdr1),
-         {{0, 2}, {2, 2}, {4, 4}, {8, 4}, {12, 4}, {16, 2}, {18, 2}, {20, 2}}, false},
-        {"aouthdr", 28, reader(read_NUCoff_aouthdr),
-         {{0, 2}, {2, 2}, {4, 4}, {8, 4}, {12, 4}, {16, 4}, {20, 4}, {24, 4}}, false},
-        {"scnhdr0: name and single bytes kept", 40, reader(read_NUCoff_scnhdr0),
-         {{8, 4}, {12, 4}, {16, 4}, {20, 4}, {24, 4}, {28, 4}, {32, 2}, {34, 2}, {36, 2}}, true},
-        {"scnhdr2: inline name and reserved bytes kept", 48, reader(read_NUCoff_scnhdr2), scnhdr2, false},
-        {"scnhdr2: string-table offset swapped", 48, reader(read_NUCoff_scnhdr2), scnhdr2_offset, true},
-        {"syment: inline name", 18, reader(read_NUCoff_syment), {{8, 4}, {12, 2}, {14, 2}}, false},
-        {"syment: string-table offset", 18, reader(read_NUCoff_syment), {{4, 4}, {8, 4}, {12, 2}, {14, 2}}, true},
-        {"aux section", 18, reader(read_NUCoff_aux_scn), {{0, 4}, {4, 2}, {6, 2}}, false},
-        {"aux file", 18, reader(read_NUCoff_aux_file), {}, false},
-        {"aux symbol", 18, reader(read_NUCoff_aux_sym), {{0, 4}, {4, 4}}, false},
-        {"aux function", 18, reader(read_NUCoff_aux_func), {{0, 4}, {4, 4}, {8, 4}, {12, 4}}, false},
-        {"aux end of structure", 18, reader(read_NUCoff_aux_eos), {{0, 4}, {4, 4}}, false},
-        {"aux tag: first word kept", 18, reader(read_NUCoff_aux_tag), {{4, 4}, {12, 4}}, false},
-        {"aux array: size word kept", 18, reader(read_NUCoff_aux_array),
-         {{0, 4}, {8, 2}, {10, 2}, {12, 2}, {14, 2}}, false},
-        {"aux block", 18, reader(read_NUCoff_aux_block), {{0, 4}, {4, 2}, {6, 2}, {8, 4}, {12, 4}}, false},
-        {"reloc0: type only", 10, reader(read_NUCoff_reloc0), {{8, 2}}, false},
-        {"reloc1: type only", 12, reader(read_NUCoff_reloc1), {{10, 2}}, false},
-        {"reloc0 fields", 10, fields(swap_NUCoff_reloc0_fields, 0), {{0, 4}}, false},
-        {"reloc0 word", 10, fields(swap_NUCoff_reloc0_fields, NUCOFF_RELOC_MIDDLE_WORD), {{0, 4}, {4, 4}}, false},
-        {"reloc1 halves", 12, fields(swap_NUCoff_reloc1_fields, NUCOFF_RELOC_MIDDLE_HALVES),
-         {{0, 4}, {4, 2}, {6, 2}, {8, 2}}, false},
-        {"lineno", 6, reader(read_NUCoff_lineno), {{0, 4}, {4, 2}}, false},
+        {"filehdr1", reader(read_NUCoff_filehdr1), "22444222"},
+        {"aouthdr", reader(read_NUCoff_aouthdr), "22444444"},
+        {"scnhdr0: name and single bytes kept", reader(read_NUCoff_scnhdr0), "00001111" "444444" "222" "11"},
+        {"scnhdr2: inline name and reserved bytes kept", reader(read_NUCoff_scnhdr2), name + "444444444" "112"},
+        {"scnhdr2: string-table offset", reader(read_NUCoff_scnhdr2), "00004" "444444444" "112"},
+        {"syment: inline name", reader(read_NUCoff_syment), name + "42211"},
+        {"syment: string-table offset", reader(read_NUCoff_syment), "00004" "42211"},
+        {"aux section", reader(read_NUCoff_aux_scn), "422" + tail},
+        {"aux file", reader(read_NUCoff_aux_file), name + tail},
+        {"aux symbol", reader(read_NUCoff_aux_sym), "44" + tail},
+        {"aux function", reader(read_NUCoff_aux_func), "444411"},
+        {"aux end of structure", reader(read_NUCoff_aux_eos), "44" + tail},
+        {"aux tag: first word kept", reader(read_NUCoff_aux_tag), "1111" "4" "1111" "4" "11"},
+        {"aux array: size word kept", reader(read_NUCoff_aux_array), "4" "1111" "2222" "11"},
+        {"aux block", reader(read_NUCoff_aux_block), "42244" "11"},
+        {"reloc0: type only", reader(read_NUCoff_reloc0), name + "2"},
+        {"reloc1: type only", reader(read_NUCoff_reloc1), name + "11" "2"},
+        {"reloc0 fields", fields(swap_NUCoff_reloc0_fields, 0), "4" "111111"},
+        {"reloc0 word", fields(swap_NUCoff_reloc0_fields, NUCOFF_RELOC_MIDDLE_WORD), "44" "11"},
+        {"reloc1 halves", fields(swap_NUCoff_reloc1_fields, NUCOFF_RELOC_MIDDLE_HALVES), "4222" "11"},
+        {"lineno", reader(read_NUCoff_lineno), "42"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        const std::vector<unsigned char> raw = pattern(c.size, FIELDS(), c.zero_name);
+        const std::vector<unsigned char> raw = swap_pattern(c.layout, false);
         DATA_MAP in;
         in.set_data(raw.data(), raw.size());
-        std::vector<unsigned char> got(c.size);
+        std::vector<unsigned char> got(raw.size());
         c.read(in, got.data(), false);
         EXPECT_EQ(got, raw);
         in.set_cursor(0);
         c.read(in, got.data(), true);
-        EXPECT_EQ(in.cursor(), c.size);
-        EXPECT_EQ(got, pattern(c.size, c.swapped, c.zero_name));
+        EXPECT_EQ(in.cursor(), raw.size());
+        EXPECT_EQ(got, swap_pattern(c.layout, true));
     }
 }
 
 // The short header reads 20 bytes but is swapped as the long form: the
 // target ID slot holds the caller's value, reversed.
 TEST(NucoffRecordsTest, ShortFileHeaderSwappedAsLongForm) {
-    const std::vector<unsigned char> raw = pattern(24, FIELDS());
+    const std::vector<unsigned char> raw = swap_pattern("22444222", false);
     DATA_MAP in;
     in.set_data(raw.data(), raw.size());
     filehdr header;

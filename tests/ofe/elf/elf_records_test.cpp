@@ -2,34 +2,24 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
-#include <utility>
 #include <vector>
 
+#include "ofe/swap_pattern.h"
 #include "support/data_map.h"
 
 using namespace OFE;
 
 namespace {
 
-typedef std::vector<std::pair<unsigned, unsigned>> FIELDS;   // offset, width
-
-// The bytes 1, 2, 3, ... of a record with exactly the listed fields reversed.
-std::vector<unsigned char> pattern(size_t size, const FIELDS& swapped) {
-    std::vector<unsigned char> bytes(size);
-    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i + 1);
-    for (const auto& field : swapped)
-        std::reverse(bytes.begin() + field.first, bytes.begin() + field.first + field.second);
-    return bytes;
-}
-
 // Reads a patterned record with and without swap, then writes the swapped
 // one back and expects the original bytes, the caller's record untouched.
 template <typename Record>
 void check_swap(int (*reader)(const DATA_MAP&, Record&, bool), int (*writer)(DATA_MAP&, const Record&, bool),
-                const FIELDS& fields) {
-    const std::vector<unsigned char> raw = pattern(sizeof(Record), FIELDS());
+                const char* widths) {
+    SCOPED_TRACE(widths);
+    const std::vector<unsigned char> raw = swap_pattern(widths, false);
+    ASSERT_EQ(raw.size(), sizeof(Record));
     DATA_MAP in;
     in.set_data(raw.data(), raw.size());
     Record rec;
@@ -38,7 +28,7 @@ void check_swap(int (*reader)(const DATA_MAP&, Record&, bool), int (*writer)(DAT
     in.set_cursor(0);
     EXPECT_EQ(reader(in, rec, true), 0);
     EXPECT_EQ(in.cursor(), sizeof(Record));
-    EXPECT_EQ(memcmp(&rec, pattern(sizeof(Record), fields).data(), sizeof rec), 0);
+    EXPECT_EQ(memcmp(&rec, swap_pattern(widths, true).data(), sizeof rec), 0);
 
     const Record before = rec;
     DATA_MAP out;
@@ -48,22 +38,27 @@ void check_swap(int (*reader)(const DATA_MAP&, Record&, bool), int (*writer)(DAT
     EXPECT_EQ(memcmp(out.data(), raw.data(), raw.size()), 0);
 }
 
-TEST(ElfRecordsTest, SwapSkipsSingleBytes) {
-    {
-        SCOPED_TRACE("Ehdr: identification never swapped");
-        check_swap<Elf32_Ehdr>(read_Elf_Ehdr, write_Elf_Ehdr,
-                               {{16, 2}, {18, 2}, {20, 4}, {24, 4}, {28, 4}, {32, 4}, {36, 4},
-                                {40, 2}, {42, 2}, {44, 2}, {46, 2}, {48, 2}, {50, 2}});
-    }
-    {
-        SCOPED_TRACE("Sym: info and other never swapped");
-        check_swap<Elf32_Sym>(read_Elf_Sym, write_Elf_Sym, {{0, 4}, {4, 4}, {8, 4}, {14, 2}});
-    }
+// The identification bytes of the file header and a symbol's info and other
+// bytes are never swapped.
+TEST(ElfRecordsTest, SwapReversesEachMultiByteField) {
+    check_swap<Elf32_Ehdr>(read_Elf_Ehdr, write_Elf_Ehdr, "1111111111111111" "2244444222222");
+    check_swap<Elf32_Shdr>(read_Elf_Shdr, write_Elf_Shdr, "4444444444");
+    check_swap<Elf32_Sym>(read_Elf_Sym, write_Elf_Sym, "444112");
+    check_swap<Elf32_Rel>(read_Elf_Rel, write_Elf_Rel, "44");
+    check_swap<Elf32_Rela>(read_Elf_Rela, write_Elf_Rela, "444");
+    check_swap<Elf32_Phdr>(read_Elf_Phdr, write_Elf_Phdr, "44444444");
+    check_swap<Elf32_Dyn>(read_Elf_Dyn, write_Elf_Dyn, "44");
+    check_swap<Elf32_Verdef>(read_Elf_Verdef, write_Elf_Verdef, "2222444");
+    check_swap<Elf32_Verdaux>(read_Elf_Verdaux, write_Elf_Verdaux, "44");
+    check_swap<Elf32_Verneed>(read_Elf_Verneed, write_Elf_Verneed, "22444");
+    check_swap<Elf32_Vernaux>(read_Elf_Vernaux, write_Elf_Vernaux, "42244");
+    check_swap<Elf32_PHattr>(read_Elf_PHattr, write_Elf_PHattr, "224");
 }
 
 // A record that runs past the map's end reads as zeros, and the cursor still
-// moves by the whole record so that following reads stay in step.
-TEST(ElfRecordsTest, ShortMapReadsZeroRecord) {
+// moves by the whole record so that following reads stay in step. Section
+// attributes are raw bytes or integers in the map's own byte order.
+TEST(ElfRecordsTest, ShortRecordsAndSectionAttributes) {
     std::vector<unsigned char> raw(30, 0xAB);
     DATA_MAP in;
     in.set_data(raw.data(), raw.size());
@@ -74,6 +69,20 @@ TEST(ElfRecordsTest, ShortMapReadsZeroRecord) {
     EXPECT_EQ(in.cursor(), 50u);
     const Elf32_Shdr zero = {};
     EXPECT_EQ(memcmp(&shdr, &zero, sizeof shdr), 0);
+
+    DATA_MAP attributes;
+    attributes.set_endian(DATA_MAP::BIG);
+    const NUElf_SHattrver version = {{1, 2, 3, 4}};
+    write_NUElf_SHattrver(attributes, version);
+    write_NUElf_SHattr(attributes, 0x123456, 3);
+    attributes.set_cursor(0);
+    NUElf_SHattrver read_back = {};
+    unsigned long value = 0;
+    read_NUElf_SHattrver(attributes, read_back);
+    read_NUElf_SHattr(attributes, value, 3);
+    EXPECT_EQ(memcmp(&read_back, &version, 4), 0);
+    EXPECT_EQ(value, 0x123456u);
+    EXPECT_EQ(attributes[4], 0x12);
 }
 
 }  // namespace
