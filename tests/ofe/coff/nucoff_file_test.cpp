@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 
@@ -82,6 +83,9 @@ TEST_P(NucoffFileTest, SectionsAndTheirNames) {
         EXPECT_EQ(int(sections->section(0)->contents().endian()), int(std::get<1>(GetParam())));
         EXPECT_STREQ(sections->section(1)->name(), ".eight_c");
         EXPECT_EQ(sections->section(3), nullptr);
+        // Loaded again, one header further on, the table starts afresh.
+        sections->load(b.header_size() + std::max(optional, 0) + b.section_header_size(), b.section_header_size(), 2);
+        EXPECT_STREQ(sections->section(1)->name(), version() == 0 ? ".long_se" : ".long_section_name");
     }
     EXPECT_EQ(last_error(), "");
 }
@@ -127,42 +131,6 @@ TEST_P(NucoffFileTest, TableBounds) {
             EXPECT_EQ(symbols->symbol(1)->name() == nullptr, !c.error.empty());
         }
     }
-}
-
-// A COFF back end over a handle that is not COFF, or of no COFF format
-// version, refuses what it is asked with the matching message.
-TEST(NucoffFile, RefusesWhatIsNotCoff) {
-    SCRATCH_DIR dir;
-    OF_FILE_HANDLE handle;
-    handle.file = fhm_open(dir.write("x.o", NUCOFF_BUILDER(1, NUCOFF_BUILDER::LITTLE).bytes()).c_str(), "rb");
-    handle.size = 22 + 48;
-    const char* const not_coff = "attempting to get NU-COFF interface for non-NU-COFF file";
-    const struct {
-        OF_FORMAT format;
-        OF_FORMAT_VER version;
-        std::function<void(NUCOFF_FILE&)> use;
-        const char* message;
-    } cases[] = {
-        {OF_FORMAT_ELF, OF_FORMAT_VER_COFF1, [](NUCOFF_FILE& f) { EXPECT_EQ(f.load(f.handle()), -1); }, not_coff},
-        {OF_FORMAT_ELF, OF_FORMAT_VER_COFF1,
-         [](NUCOFF_FILE& f) { EXPECT_EQ(f.symbol_table()->next_symbol_id(0), 1u); }, not_coff},
-        {OF_FORMAT_NUCOFF, OF_FORMAT_VER_UNKNOWN, [](NUCOFF_FILE& f) { EXPECT_EQ(f.load(f.handle()), -1); },
-         "invalid file format version \"unknown format version\""},
-        {OF_FORMAT_NUCOFF, OF_FORMAT_VER_ELF1, [](NUCOFF_FILE& f) { EXPECT_EQ(f.machine(), OF_MACHINE_UNKNOWN); },
-         "invalid file format version \"1\""},
-        {OF_FORMAT_NUCOFF, OF_FORMAT_VER_ELF1,
-         [](NUCOFF_FILE& f) { f.section_table()->load(22, 48, 1), f.section_table()->section(0); },
-         "Invalid NU-COFF version"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.message);
-        handle.format = c.format;
-        handle.format_version = c.version;
-        NUCOFF_FILE file(handle);
-        c.use(file);
-        EXPECT_STREQ(file.error_message(), c.message);
-    }
-    fhm_close(handle.file);
 }
 
 }  // namespace

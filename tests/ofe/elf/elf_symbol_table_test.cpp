@@ -21,12 +21,12 @@ INSTANTIATE_TEST_SUITE_P(BothByteOrders, ElfSymbolTest, testing::Values(ELF_BUIL
 // file with or without an extended index table.
 TEST_P(ElfSymbolTest, KindBindingAndTypeMapping) {
     const uint16_t PROCESSOR = 0xFF10, SMALL_COMMON = 0xFF00;
-    const OF_MACHINE ARM = OF_MACHINE_ARM, KITE = OF_MACHINE_KITE;
+    const uint16_t ARM = 40, KITE = 0xA1B3, HERON = 0xA1B2, WREN = 0xA1B1;   // ELF machine numbers
     const OF_SYM_KIND DEFINED = OF_SYM_KIND_DEFINED, COMMON = OF_SYM_KIND_COMMON, UNKNOWN = OF_SYM_KIND_UNKNOWN;
     const OF_SYM_BINDING GLOBAL = OF_SYM_BINDING_GLOBAL, WEAK = OF_SYM_BINDING_WEAK;
     const struct {
         const char* what;
-        OF_MACHINE machine;
+        uint16_t machine;
         unsigned bind, type;
         uint16_t shndx;
         bool with_index_table;
@@ -42,17 +42,17 @@ TEST_P(ElfSymbolTest, KindBindingAndTypeMapping) {
         {"extended index", ARM, 1, 1, SHN_XINDEX, true, DEFINED, GLOBAL, OF_SYM_TYPE_OBJECT},
         {"extended index, no table", ARM, 1, 1, SHN_XINDEX, false, DEFINED, GLOBAL, OF_SYM_TYPE_OBJECT},
         {"0xFF10, ordinary family", ARM, 1, 0, PROCESSOR, true, UNKNOWN, GLOBAL, OF_SYM_TYPE_NONE},
-        {"0xFF00 on HERON", OF_MACHINE_HERON, 1, 1, SMALL_COMMON, true, COMMON, GLOBAL, OF_SYM_TYPE_OBJECT},
+        {"0xFF00 on HERON", HERON, 1, 1, SMALL_COMMON, true, COMMON, GLOBAL, OF_SYM_TYPE_OBJECT},
         {"0xFF00 on KITE", KITE, 2, 1, SMALL_COMMON, true, COMMON, WEAK, OF_SYM_TYPE_OBJECT},
         {"0xFF10 on KITE", KITE, 1, 1, PROCESSOR, true, UNKNOWN, GLOBAL, OF_SYM_TYPE_OBJECT},
-        {"0xFF00 on WREN", OF_MACHINE_WREN, 1, 1, SMALL_COMMON, true, UNKNOWN, GLOBAL, OF_SYM_TYPE_OBJECT},
+        {"0xFF00 on WREN", WREN, 1, 1, SMALL_COMMON, true, UNKNOWN, GLOBAL, OF_SYM_TYPE_OBJECT},
         {"unique binding", ARM, 10, 1, 1, true, DEFINED, OF_SYM_BINDING_UNKNOWN, OF_SYM_TYPE_OBJECT},
         {"binding 3", ARM, 3, 6, 1, true, DEFINED, OF_SYM_BINDING_UNKNOWN, OF_SYM_TYPE_TLS},
         {"processor type", ARM, 1, 13, 1, true, DEFINED, GLOBAL, OF_SYM_TYPE_NONE},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        ELF_BUILDER b = builder(OBJECT_FILE::OF_MACHINE_to_ELF(c.machine));
+        ELF_BUILDER b = builder(c.machine);
         b.section(".data", 1, "data");
         b.symbol("s", c.bind, c.type, c.shndx, 0x1234, 8, 1);
         if (!c.with_index_table)

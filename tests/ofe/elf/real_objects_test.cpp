@@ -4,13 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <map>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <utility>
 
+#include "common/process_run.h"
 #include "common/scratch_dir.h"
 #include "ofe/object_file.h"
 #include "ofe/of_symbol_table.h"
@@ -37,21 +37,12 @@ const char kSource[] =
 
 typedef std::map<std::string, std::pair<OF_SYM_KIND, OF_SYM_BINDING>> DEFINITIONS;
 
-std::string run(const std::string& command) {
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    char buffer[512];
-    for (size_t n; pipe && (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        out.append(buffer, n);
-    return pipe && pclose(pipe) == 0 ? out : "";
-}
-
-bool have(const std::string& tool) { return system(("command -v " + tool + " >/dev/null 2>&1").c_str()) == 0; }
+bool have(const std::string& tool) { return run_process({"sh", "-c", "command -v " + tool}).status == 0; }
 
 // nm -P lines are "name type [value [size]]"; W and V are weak definitions.
 DEFINITIONS definitions_by_nm(const std::string& nm, const std::string& object) {
     DEFINITIONS defs;
-    std::istringstream listing(run(nm + " -P -g --defined-only " + object));
+    std::istringstream listing(run_process({nm, "-P", "-g", "--defined-only", object}).out);
     std::string name, type, rest;
     while (listing >> name >> type && std::getline(listing, rest)) {
         const char t = type[0];
@@ -83,8 +74,8 @@ TEST(RealObjectsTest, ToolchainDefinitionsAreFoundInBothByteOrders) {
     for (const bool big : {false, true}) {
         SCOPED_TRACE(big ? "big" : "little");
         const std::string object = dir.path(big ? "big.o" : "little.o");
-        ASSERT_EQ(system(("arm-none-eabi-gcc -c -O1 -fcommon " + std::string(big ? "-mbig-endian" : "") +
-                          " -o " + object + " " + source).c_str()), 0);
+        ASSERT_EQ(run_process({"arm-none-eabi-gcc", "-c", "-O1", "-fcommon", big ? "-mbig-endian" : "-mlittle-endian",
+                               "-o", object, source}).status, 0);
         std::unique_ptr<OBJECT_FILE> file(OBJECT_FILE::new_OBJECT_FILE(object.c_str(), nullptr));
         ASSERT_TRUE(file);
         EXPECT_EQ(file->machine(), OF_MACHINE_ARM);
