@@ -131,6 +131,7 @@ TEST_F(ObjectFileTest, PathOpensObjectFilesOnly) {
     std::unique_ptr<OBJECT_FILE> elf(OBJECT_FILE::new_OBJECT_FILE(path.c_str(), nullptr));
     ASSERT_NE(elf, nullptr);
     EXPECT_TRUE(elf->handle().owns_file);
+    EXPECT_STREQ(elf->handle().name, path.c_str());
     EXPECT_EQ(OBJECT_FILE::new_OBJECT_FILE(dir_.write("t.txt", "text").c_str(), nullptr), nullptr);
     EXPECT_EQ(OBJECT_FILE::new_OBJECT_FILE(dir_.path("missing.o").c_str(), nullptr), nullptr);
     std::unique_ptr<OBJECT_FILE> coff(

@@ -32,30 +32,6 @@ std::string words(int count) {
     return text;
 }
 
-TEST(UserMsgTest, PrefixesAndStreams) {
-    const struct {
-        std::function<void(USER_MSG&)> say;
-        const char* out;
-        const char* err;
-    } cases[] = {
-        {[](USER_MSG& m) { m.debug("d %d", 1); }, ">>   debug: d 1\n", ""},
-        {[](USER_MSG& m) { m.remark("r"); }, ">>  remark: r\n", ""},
-        {[](USER_MSG& m) { m.warning(1, "w"); }, "", ">> warning: w\n"},
-        {[](USER_MSG& m) { m.warning(5, "w"); }, "", ">> warning: w\n"},
-        {[](USER_MSG& m) { m.error("e %s", "x"); }, "", ">>   error: e x\n"},
-        {[](USER_MSG& m) { m.usage("u"); }, "", ">>   usage: u\n"},
-        {[](USER_MSG& m) { m.apperror("a"); }, "", ">> application error: a\n"},
-        {[](USER_MSG& m) { m.error("e"); m.cont("c"); }, "", ">>   error: e\n            c\n"},
-    };
-    for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-        TEST_MSG channel;
-        channel.set_sev_level(USER_MSG::DEBUG);
-        OUTPUT got = capture([&] { cases[i].say(channel); });
-        EXPECT_EQ(got.out, cases[i].out) << "row " << i;
-        EXPECT_EQ(got.err, cases[i].err) << "row " << i;
-    }
-}
-
 // By default only debug messages are hidden; a continuation shares the fate
 // of the message it continues.
 TEST(UserMsgTest, LevelsHideMessagesAndTheirContinuations) {
@@ -83,27 +59,37 @@ TEST(UserMsgTest, LevelsHideMessagesAndTheirContinuations) {
     EXPECT_EQ(channel.get_error_count(), 2);
 }
 
-// Later lines are indented by the length of the prefix; exactly 78 columns
-// stay on one line; a word too long for a line is not broken.
-TEST(UserMsgTest, LongTextWrapsAt78WithPrefixIndent) {
+// Each severity has its prefix and stream. Later lines are indented by the
+// length of the prefix; exactly 78 columns stay on one line; a word too long
+// for a line is not broken.
+TEST(UserMsgTest, PrefixesStreamsAndWrapping) {
     const std::string indent(12, ' '), fits = std::string(60, 'x') + " " + std::string(5, 'y');
     const std::string largest(4095 - 12, 'm');   // one byte more ends the program
-    const struct { std::function<void(USER_MSG&)> say; std::string err; } cases[] = {
-        {[](USER_MSG& m) { m.error("%s", words(20).c_str()); },
+    const struct { std::function<void(USER_MSG&)> say; std::string out, err; } cases[] = {
+        {[](USER_MSG& m) { m.debug("d %d", 1); }, ">>   debug: d 1\n", ""},
+        {[](USER_MSG& m) { m.remark("r"); }, ">>  remark: r\n", ""},
+        {[](USER_MSG& m) { m.warning(1, "w"); }, "", ">> warning: w\n"},
+        {[](USER_MSG& m) { m.warning(5, "w"); }, "", ">> warning: w\n"},
+        {[](USER_MSG& m) { m.usage("u"); }, "", ">>   usage: u\n"},
+        {[](USER_MSG& m) { m.error("e %s", "x"); m.cont("c"); }, "", ">>   error: e x\n            c\n"},
+        {[](USER_MSG& m) { m.error("%s", words(20).c_str()); }, "",
          ">>   error: " + words(6) + "\n" + indent + words(6) + "\n" + indent + words(6) + "\n" + indent + words(2) + "\n"},
-        {[&](USER_MSG& m) { m.error("%s", fits.c_str()); }, ">>   error: " + fits + "\n"},
-        {[&](USER_MSG& m) { m.error("%sz", fits.c_str()); },
+        {[&](USER_MSG& m) { m.error("%s", fits.c_str()); }, "", ">>   error: " + fits + "\n"},
+        {[&](USER_MSG& m) { m.error("%sz", fits.c_str()); }, "",
          ">>   error: " + std::string(60, 'x') + "\n" + indent + "yyyyyz\n"},
-        {[](USER_MSG& m) { m.apperror("%s", words(10).c_str()); },
+        {[](USER_MSG& m) { m.apperror("%s", words(10).c_str()); }, "",
          ">> application error: " + words(5) + "\n" + std::string(22, ' ') + words(5) + "\n"},
-        {[](USER_MSG& m) { m.error("see %s now", std::string(100, 'w').c_str()); },
+        {[](USER_MSG& m) { m.error("see %s now", std::string(100, 'w').c_str()); }, "",
          ">>   error: see\n" + indent + std::string(100, 'w') + " now\n"},
-        {[&](USER_MSG& m) { m.error("%s", largest.c_str()); }, ">>   error:\n" + indent + largest + "\n"},
-        {[](USER_MSG& m) { m.error("%lc", static_cast<wint_t>(0x100)); }, ">>   error: \n"},   // unencodable
+        {[&](USER_MSG& m) { m.error("%s", largest.c_str()); }, "", ">>   error:\n" + indent + largest + "\n"},
+        {[](USER_MSG& m) { m.error("%lc", static_cast<wint_t>(0x100)); }, "", ">>   error: \n"},   // unencodable
     };
     for (const auto& c : cases) {
         TEST_MSG channel;
-        EXPECT_EQ(capture([&] { c.say(channel); }).err, c.err);
+        channel.set_sev_level(USER_MSG::DEBUG);
+        const OUTPUT got = capture([&] { c.say(channel); });
+        EXPECT_EQ(got.out, c.out) << &c - cases;
+        EXPECT_EQ(got.err, c.err) << &c - cases;
     }
 }
 

@@ -50,6 +50,7 @@ TEST(MachineDb, OneClassPerFamily) {
     ELF_SYMBOL small_common(nullptr), processor_specific(nullptr);
     small_common.record().st_shndx = 0xFF00;
     processor_specific.record().st_shndx = 0xFF01;
+    EXPECT_EQ(small_common.kind(), OF_SYM_KIND_UNKNOWN);   // no file, no family to ask
     for (const auto& c : cases) {
         SCOPED_TRACE(c.short_name);
         std::unique_ptr<OF_MACHINE_DB> db(OF_MACHINE_DB::machine_db(nullptr, c.machine));
