@@ -172,6 +172,10 @@ TEST(ListingEndToEnd, EveryFormAndOddHeaders) {
         {"special members need no date", "!<arch>\n" + B::header("/", "", "", 4) + std::string(4, '\0') +
              B::header("//", "", "", long_table.size()) + long_table + B::header("/0", "7", "0", 1) + "z\n", {},
          line(1, "Thu Jan  1 00:00:07 1970", "a_rather_long_member.o")},
+        {"blank name field", B().member("x", "abc").field(B::NAME, "").bytes(), {}, line(3, epoch, "")},
+        {"empty name table", "!<arch>\n" + B::header("//", "0", "0", 0) + B().member("a.o", "abc").bytes().substr(8), {},
+         line(3, epoch, "a.o")},
+        {"empty name table at the end", "!<arch>\n" + B::header("//", "0", "0", 0), {}, ""},
         {"mode and gid ignored, number ends early",
          B().member("a.o", "abc").field(B::MODE, "").field(B::GID, "zz").field(B::DATE, " \t+7x").bytes(), {},
          line(3, "Thu Jan  1 00:00:07 1970", "a.o")},
