@@ -27,14 +27,14 @@ void AR_BLOCK_READER::attach(FHM_FILE* file, int64_t end, bool lend)
 // archive or member file never costs a full block of memory.
 void AR_BLOCK_READER::reserve(size_t size)
 {
-    if (size <= capacity_ && block_ != nullptr)
+    if (size <= capacity_ && block_ != nullptr)   // mutants: skip (sizes only)
         return;
     size_t capacity = 4096;
-    while (capacity < size)
-        capacity *= 2;
+    while (capacity < size)   // mutants: skip (sizes only)
+        capacity *= 2;   // mutants: skip (sizes only)
     free(block_);
     block_ = static_cast<unsigned char*>(safemalloc(capacity));
-    capacity_ = capacity;
+    capacity_ = capacity;   // mutants: skip (sizes only)
 }
 
 long AR_BLOCK_READER::fetch(int64_t offset, size_t size, const unsigned char** bytes)
@@ -43,14 +43,14 @@ long AR_BLOCK_READER::fetch(int64_t offset, size_t size, const unsigned char** b
         size = BLOCK_SIZE;
     if (file_ == nullptr || offset < 0)
         return -1;
-    const bool held = offset >= start_ && uint64_t(offset - start_) <= length_ &&
+    const bool held = offset >= start_ && uint64_t(offset - start_) <= length_ &&   // mutants: skip (never 0 bytes)
                       length_ - size_t(offset - start_) >= size;
     if (!held) {
         if (lend_)
             file_->clear_view();
         length_ = 0;   // mutants: skip (only a read failing half way could tell)
         size_t want = BLOCK_SIZE;
-        if (end_ >= 0 && end_ - offset < int64_t(want))
+        if (end_ >= 0 && end_ - offset < int64_t(want))   // mutants: skip (equal, want is the same)
             want = end_ > offset ? size_t(end_ - offset) : 0;   // mutants: skip (0 at the end)
         reserve(want);
         const long got = want > 0 ? file_->read_at(block_, want, uint64_t(offset)) : 0;

