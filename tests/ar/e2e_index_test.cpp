@@ -109,6 +109,19 @@ TEST(IndexEndToEnd, EveryObjectFormatAndByteOrderInEveryArchiveForm) {
     }
 }
 
+// An object file added to an archive smaller than itself is read whole.
+TEST(IndexEndToEnd, MemberFileLargerThanTheArchive) {
+    const MEMBER elf = elf_member(ELF_BUILDER::LITTLE);
+    const std::string lib = ARCHIVE_BUILDER().member("a.txt", "aaa", kOld).bytes();
+    ARCHIVE_BUILDER after;
+    std::vector<std::pair<std::string, size_t>> entries;
+    for (const std::string& name : elf.indexed)
+        entries.emplace_back(name, 1);
+    after.member("a.txt", "aaa", kOld).member(elf.name, elf.bytes, kOld).index(entries);
+    run_case({"larger", {{"lib.a", lib}, {elf.name, elf.bytes}}, {"rqs", "lib.a", elf.name}, defined(elf.indexed), "", 0,
+              {{"lib.a", after.bytes()}}});
+}
+
 // The index obeys the member size limit: a member whose symbols pass it
 // stops the write, and nothing is left.
 TEST(IndexEndToEnd, IndexPastItsLimitStopsTheWrite) {

@@ -72,6 +72,7 @@ TEST_F(ArchiveRead, MembersAreFoundRecognisedAndReadInPlace) {
     EXPECT_EQ(ar_->find_member("b.o"), nullptr);
     EXPECT_EQ(ar_->member_format(obj), 2);   // ELF
     EXPECT_EQ(ar_->member_format(a), 0);
+    EXPECT_EQ(ar_->member_format(ar_->last_member()), 0);
     const std::pair<AR_MEMBER*, std::string> reads[] = {
         {a, "abcde"}, {obj, object}, {a, "abcde"}, {ar_->last_member()->prev, text}, {ar_->last_member(), "from a file"}};
     for (const auto& r : reads) {

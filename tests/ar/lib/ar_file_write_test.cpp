@@ -3,7 +3,13 @@
 // archive as it was and nothing beside it.
 
 #include "archive_test_env.h"
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+
 #include "support/fhm_file.h"
+#include "support/file_handle_manager.h"
 
 namespace {
 
@@ -36,6 +42,29 @@ TEST_F(ArchiveWrite, HeaderLimits) {
     EXPECT_EQ(recorded_errors(), (ERRORS{{6, "Member file too large: 'big.o'"}, {7, "Archive file name table too large"}}));
     ar->cleanup();
     EXPECT_TRUE(dir_.names().empty());
+    // A long-name table past the limit stops the write.
+    recorded_errors().clear();
+    ar = open_archive("new.a");
+    add_file(*ar, std::string(99999999, 'n'), "x", "x.o");
+    EXPECT_FALSE(ar->write_archive(AR_ABI_POSIX));
+    EXPECT_EQ(recorded_errors(), (ERRORS{{6, "Member file too large: '//'"}}));
+}
+
+// A disk that fills up: the flush at the end fails, and so does the write
+// (in a child process, under a file size limit).
+int write_beyond_the_size_limit(const std::string& archive, const std::string& member) {
+    signal(SIGXFSZ, SIG_IGN);
+    AR_FILE ar(archive.c_str(), nullptr, record_error);
+    ar.add_member(ar.new_member("m.o", 1, 100000, member.c_str()));
+    const rlimit limit{50000, 50000};
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+        return 2;
+    return ar.write_archive(AR_ABI_POSIX) || recorded_errors() != ERRORS{{4, "Cannot write archive: '" + archive + "'"}};
+}
+
+TEST_F(ArchiveWrite, FailedFinalFlushFailsTheWrite) {
+    const std::string member = write("m.o", std::string(100000, 'm'));
+    EXPECT_EXIT(_exit(write_beyond_the_size_limit(path("new.a"), member)), testing::ExitedWithCode(0), "");
 }
 
 // A member file that cannot be opened, or is shorter than its recorded size,
@@ -67,6 +96,7 @@ TEST_F(ArchiveWrite, FailedRewriteLeavesOldArchive) {
 // Whatever point a rewrite stops at, cleanup restores the old archive, and
 // repeating it is harmless.
 TEST_F(ArchiveWrite, CleanupAtEveryStageRestoresOldArchive) {
+    const int handles = FILE_HANDLE_MANAGER::instance()->handle_count();
     for (int stage = 0; stage < 4; ++stage) {
         SCOPED_TRACE(stage);
         write("lib.a", old_);
@@ -79,6 +109,7 @@ TEST_F(ArchiveWrite, CleanupAtEveryStageRestoresOldArchive) {
         for (int twice = 0; twice < 2; ++twice) {
             ar->cleanup();
             expect_old_archive_alone();
+            EXPECT_EQ(FILE_HANDLE_MANAGER::instance()->handle_count(), handles);
         }
     }
 }
