@@ -67,11 +67,11 @@ TEST(BlockReader, FetchesFromTheBlockInMemoryUntilItIsLeft) {
         EXPECT_EQ(fetched(second, 400, 200), numbered(600, 3).substr(400));
         second.attach(other);
         EXPECT_EQ(fetched(second, 400, 10), numbered(410, 3).substr(400));
-        reader.attach(other);
+        reader.attach(nullptr);
         scratch.write("f", before);
         EXPECT_EQ(read_at(file, 500, 2), before.substr(500, 2));
-        reader.attach(nullptr);
         scratch.write("g", numbered(2000, 5));
+        EXPECT_EQ(read_at(other, 500, 2), numbered(502, 3).substr(500));   // still the block
     }
     EXPECT_EQ(read_at(other, 500, 2), numbered(502, 5).substr(500));
     fhm_close(file);
