@@ -3,6 +3,7 @@
 // archive as it was and nothing beside it.
 
 #include "archive_test_env.h"
+#include "common/elf_builder.h"
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -50,21 +51,39 @@ TEST_F(ArchiveWrite, HeaderLimits) {
     EXPECT_EQ(recorded_errors(), (ERRORS{{6, "Member file too large: '//'"}}));
 }
 
-// A disk that fills up: the flush at the end fails, and so does the write
-// (in a child process, under a file size limit).
-int write_beyond_the_size_limit(const std::string& archive, const std::string& member) {
+// A disk that fills up, under a file size limit in a child process: the
+// write fails with its message, whether the flush at the end is the first
+// to fail or the writing of an index or a long-name table larger than the
+// stream's buffer is.
+int write_beyond_the_size_limit(const std::string& archive, const std::string& member, int32_t size, int count,
+                                const std::string& message) {
     signal(SIGXFSZ, SIG_IGN);
     AR_FILE ar(archive.c_str(), nullptr, record_error);
-    ar.add_member(ar.new_member("m.o", 1, 100000, member.c_str()));
+    for (int i = 0; i < count; ++i)
+        ar.add_member(ar.new_member((std::string(100, 'n') + std::to_string(i)).c_str(), 1, size, member.c_str()));
     const rlimit limit{50000, 50000};
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
         return 2;
-    return ar.write_archive(AR_ABI_POSIX) || recorded_errors() != ERRORS{{4, "Cannot write archive: '" + archive + "'"}};
+    return ar.write_archive(AR_ABI_POSIX) || recorded_errors() != ERRORS{{4, message}};
 }
 
-TEST_F(ArchiveWrite, FailedFinalFlushFailsTheWrite) {
-    const std::string member = write("m.o", std::string(100000, 'm'));
-    EXPECT_EXIT(_exit(write_beyond_the_size_limit(path("new.a"), member)), testing::ExitedWithCode(0), "");
+TEST_F(ArchiveWrite, FullDiskFailsTheWrite) {
+    ELF_BUILDER elf;
+    elf.symbol(std::string(100, 's'), 1, 2, 0xfff1).repeated(3000);   // 300 KB of index
+    const struct {
+        std::string bytes;
+        int count;
+        std::string message;
+    } cases[] = {
+        {std::string(100000, 'm'), 1, "Cannot write archive: '" + path("new.a") + "'"},
+        {"m", 3000, "Cannot write name_table"},
+        {elf.bytes(), 1, "Cannot write symbol table"},
+    };
+    for (const auto& c : cases) {
+        const std::string member = write("m.o", c.bytes);
+        EXPECT_EXIT(_exit(write_beyond_the_size_limit(path("new.a"), member, int32_t(c.bytes.size()), c.count, c.message)),
+                    testing::ExitedWithCode(0), "") << c.message;
+    }
 }
 
 // A member file that cannot be opened, or is shorter than its recorded size,
