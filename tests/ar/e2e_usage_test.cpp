@@ -1,5 +1,10 @@
 // The binary's answers to command lines and command files: usage texts, key
 // errors, archive names and the command-file grammar.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+
 #include "e2e_run.h"
 
 namespace {
@@ -63,6 +68,44 @@ TEST(UsageEndToEnd, ToolVersion) {
     EXPECT_EQ(result.out.substr(0, head.size()), head);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.status, 0);
+}
+
+// A signal, sent here while the binary waits to open a command file on a
+// pipe, is reported with its own text and ends the run with its status.
+std::string internal_error(const char* what) {
+    return std::string("\nINTERNAL ERROR: ") + what + "\n\n\n"
+           "This is a serious problem.  Please contact Customer\n"
+           "Support with this message and a copy of the input file\n"
+           "and help us to continue to make the tools more robust.\n\n";
+}
+
+TEST(SignalEndToEnd, SignalsReportAndEndTheRun) {
+    const struct {
+        int sig, status;
+        std::string err;
+    } cases[] = {
+        {SIGINT, 2, "[forced exit]\n"}, {SIGHUP, 2, "[forced exit]\n"}, {SIGTERM, 1, "[received a terminate signal]\n"},
+        {SIGILL, 1, internal_error("executed an illegal instruction")},
+        {SIGTRAP, 1, internal_error("received a TRAP signal")}, {SIGABRT, 1, internal_error("aborted")},
+        {SIGBUS, 1, internal_error("experienced a bus alignment fault")},
+        {SIGFPE, 1, internal_error("received a floating point exception")},
+        {SIGSEGV, 1, internal_error("experienced a segmentation fault")},
+        {SIGXCPU, 1, internal_error("exceeded the CPU time limit")},
+        {SIGSYS, 1, internal_error("experienced a bad system call")}};
+    SCRATCH_DIR dir;
+    ASSERT_EQ(mkfifo(dir.path("cmds").c_str(), 0600), 0);
+    for (const auto& c : cases) {
+        RUN_OPTIONS options;
+        options.cwd = dir.dir();
+        options.timeout_ms = 5000;
+        CHILD_PROCESS child(arwren_argv({"@cmds"}), options);
+        while (!child.ready_for(c.sig))
+            usleep(100);
+        kill(child.pid(), c.sig);
+        const RUN_RESULT r = child.finish();
+        EXPECT_EQ(r.err, c.err);
+        EXPECT_EQ(r.status, c.status) << c.err;
+    }
 }
 
 std::string listed(const std::string& name) {
