@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -62,12 +63,16 @@ bool AR_CONTENT_POOL::make_file(const char* beside)
     size_t room = strlen(beside) + NAME_TAIL_ROOM;
     name_ = static_cast<char*>(safemalloc(room));
     snprintf(name_, room, "%s.%ld.pool", beside, long(getpid()));
+    // Signals are held while the file exists under its name unrecorded: a
+    // signal between the open and the flag would leave it behind, and a flag
+    // set before an open that fails on a file already there would remove
+    // another's file.
+    sigset_t all, before;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &before);
     file_ = fhm_open(name_, "w+bx");
-    if (file_ != nullptr) {
-        named_ = 1;
-        if (unlink(name_) == 0)
-            named_ = 0;
-    }
+    named_ = file_ != nullptr && unlink(name_) != 0;
+    sigprocmask(SIG_SETMASK, &before, nullptr);
     FILE* fp = file_ != nullptr ? file_->fp() : nullptr;
     if (fp == nullptr)
         return false;
