@@ -3,26 +3,31 @@
 
 // A minimal back end that exercises the generic layer of the object-file
 // library without any real format: it records the state steps it is asked
-// for and can be told to fail one of them.
+// for and can be told to fail one of them. Below it, the fixture that opens
+// built objects through the factory, as the archive does.
 
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <list>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "common/scratch_dir.h"
 #include "ofe/object_file.h"
+#include "support/user_msg.h"
 
 class TEST_FILE : public OFE::OBJECT_FILE {
 public:
-    explicit TEST_FILE(const OFE::OF_FILE_HANDLE& handle = OFE::OF_FILE_HANDLE())
-        : OFE::OBJECT_FILE(handle) {}
+    explicit TEST_FILE(const OFE::OF_FILE_HANDLE& handle = OFE::OF_FILE_HANDLE()) : OFE::OBJECT_FILE(handle) {}
 
     // Builds a file the way the factory does; error_during_construction is
     // raised before the callback is installed.
-    static TEST_FILE* open(const OFE::OF_FILE_HANDLE& handle, OFE::OF_ERROR_CALLBACK callback,
-                           OFE::OF_ERROR_CODE error_during_construction = OFE::OF_NO_ERROR) {
-        TEST_FILE* file = new TEST_FILE(handle);
-        if (error_during_construction != OFE::OF_NO_ERROR)
-            file->set_error(error_during_construction, "raised while building");
+    static TEST_FILE* open(OFE::OF_ERROR_CALLBACK callback, OFE::OF_ERROR_CODE error_during_construction) {
+        TEST_FILE* file = new TEST_FILE();
+        file->set_error(error_during_construction, "raised while building");
         return static_cast<TEST_FILE*>(open_built(file, callback));
     }
 
@@ -41,13 +46,11 @@ public:
     OFE::OF_ENDIAN control_endian() override { return OFE::OF_ENDIAN_LITTLE; }
     OFE::OF_SECTION_TABLE* section_table() override { return nullptr; }
     OFE::OF_SYMBOL_TABLE* symbol_table() override { return nullptr; }
-    int load(OFE::OF_FILE_HANDLE) override { ++loads; return 0; }
+    int load(OFE::OF_FILE_HANDLE) override { return 0; }
 
-    std::vector<int> progressed;
-    std::vector<int> reverted;
+    std::vector<int> progressed, reverted;
     int fail_progress_at = -1;
     bool fail_revert = false;
-    int loads = 0;
 };
 
 // Records every callback delivery.
@@ -59,6 +62,27 @@ struct ERROR_LOG {
     static void callback(OFE::OBJECT_FILE*, OFE::OF_ERROR_CODE code, const char* message) {
         calls().emplace_back(code, message ? message : "(null)");
     }
+    static std::string last() { return calls().empty() ? "" : calls().back().second; }
+};
+
+// Opens objects of one format, written to files that outlive them (a file
+// keeps a pointer to its name), and logs the errors they raise.
+template <typename FILE_CLASS, OFE::OF_FORMAT FORMAT, typename PARAM>
+class ObjectTestEnv : public testing::TestWithParam<PARAM> {
+protected:
+    ObjectTestEnv() {
+        USER_MSG::get_umsg_obj()->set_max_errors(INT_MAX);
+        ERROR_LOG::calls().clear();
+    }
+    std::unique_ptr<FILE_CLASS> open(const std::string& bytes) {
+        paths_.push_back(dir_.write("t" + std::to_string(paths_.size()) + ".o", bytes));
+        OFE::OBJECT_FILE* file = OFE::OBJECT_FILE::new_OBJECT_FILE(paths_.back().c_str(), ERROR_LOG::callback);
+        EXPECT_TRUE(file && file->format() == FORMAT);
+        return std::unique_ptr<FILE_CLASS>(static_cast<FILE_CLASS*>(file));
+    }
+
+    SCRATCH_DIR dir_;
+    std::list<std::string> paths_;
 };
 
 #endif

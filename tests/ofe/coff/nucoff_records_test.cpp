@@ -86,18 +86,4 @@ TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
     }
 }
 
-// The short header reads 20 bytes but is swapped as the long form: the
-// target ID slot holds the caller's value, reversed.
-TEST(NucoffRecordsTest, ShortFileHeaderSwappedAsLongForm) {
-    const std::vector<unsigned char> raw = swap_pattern("22444222", false);
-    DATA_MAP in;
-    in.set_data(raw.data(), raw.size());
-    filehdr header;
-    header.f_target_id = 0x1234;
-    read_NUCoff_filehdr0(in, header, true);
-    EXPECT_EQ(in.cursor(), 20u);
-    EXPECT_EQ(+header.f_target_id, 0x3412);   // packed fields are compared as values
-    EXPECT_EQ(+header.f_flags, 0x1314);
-}
-
 }  // namespace

@@ -16,23 +16,18 @@ namespace {
 // Kind follows the section number alone (a common block is undefined),
 // binding the storage class alone, read as a signed byte; never weak.
 TEST(NucoffSymbol, KindAndBinding) {
-    struct CASE {
+    const OF_SYM_BINDING GLOBAL = OF_SYM_BINDING_GLOBAL, LOCAL = OF_SYM_BINDING_LOCAL;
+    const struct {
         uint8_t sclass;
         int16_t scnum;
         OF_SYM_KIND kind;
         OF_SYM_BINDING binding;
-    };
-    std::vector<CASE> cases = {{2, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_GLOBAL},
-                               {2, -1, OF_SYM_KIND_ABSOLUTE, OF_SYM_BINDING_GLOBAL},
-                               {2, 0, OF_SYM_KIND_UNDEFINED, OF_SYM_BINDING_GLOBAL},
-                               {2, -2, OF_SYM_KIND_DEBUG, OF_SYM_BINDING_GLOBAL},
-                               {2, -3, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_GLOBAL},
-                               {0, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_UNKNOWN}};
-    for (uint8_t global : {5, 19, 21, 23, 25, 26, 28, 109})
-        cases.push_back({global, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_GLOBAL});
-    for (uint8_t local : {1, 3, 4, 6, 20, 22, 24, 27, 29, 108, 110, 130, 255})
-        cases.push_back({local, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_LOCAL});
-    for (const CASE& c : cases) {
+    } cases[] = {{2, 1, OF_SYM_KIND_DEFINED, GLOBAL},    {2, -1, OF_SYM_KIND_ABSOLUTE, GLOBAL},
+                 {2, 0, OF_SYM_KIND_UNDEFINED, GLOBAL},  {2, -2, OF_SYM_KIND_DEBUG, GLOBAL},
+                 {2, -3, OF_SYM_KIND_DEFINED, GLOBAL},   {0, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_UNKNOWN},
+                 {21, 1, OF_SYM_KIND_DEFINED, GLOBAL},   {109, 1, OF_SYM_KIND_DEFINED, GLOBAL},
+                 {20, 1, OF_SYM_KIND_DEFINED, LOCAL},    {130, 1, OF_SYM_KIND_DEFINED, LOCAL}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.sclass) + " in " + std::to_string(c.scnum));
         NUCOFF_SYMBOL symbol(nullptr);
         symbol.entry().n_sclass = c.sclass;
@@ -76,12 +71,10 @@ TEST(NucoffSymbol, AuxKindSizeAndType) {
         EXPECT_EQ(symbol.size(), c.size);
         EXPECT_EQ(symbol.type(), c.sym_type);
     }
-    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(0), "C_NULL");
-    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(29), "C_USTATREG");
-    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(100), "C_BLOCK");
-    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(110), "C_EOG");
-    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(30), "C_UNKNOWN");
-    EXPECT_STREQ(NUCOFF_SYMBOL::storage_class_name(111), "C_UNKNOWN");
+    std::string names;
+    for (int sclass : {-1, 0, 29, 30, 99, 100, 110, 111})
+        names += NUCOFF_SYMBOL::storage_class_name(sclass) + std::string(",");
+    EXPECT_EQ(names, "C_UNKNOWN,C_NULL,C_USTATREG,C_UNKNOWN,C_UNKNOWN,C_BLOCK,C_EOG,C_UNKNOWN,");
 }
 
 class NucoffSymbolTableTest : public NucoffTestEnv {};

@@ -2,14 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 
-#include "ofe/elf/elf_section.h"
 #include "ofe/elf/elf_section_table.h"
 #include "ofe/elf/elf_test_env.h"
 #include "ofe/of_symbol_table.h"
-#include "support/fhm_file.h"
 
 using namespace OFE;
 
@@ -17,48 +14,42 @@ namespace {
 
 class ElfFileTest : public ElfTestEnv {};
 
-INSTANTIATE_TEST_SUITE_P(BothByteOrders, ElfFileTest, testing::Values(ELF_BUILDER::LITTLE, ELF_BUILDER::BIG),
-                         order_name);
+ELF_BOTH_ORDERS(ElfFileTest);
 
-// After loading, the header is in host order whatever the file's order, the
-// identification bytes are as in the file, and sections of a 16-bit-word
-// family count their units in two bytes.
+// After loading, the header is in host order whatever the file's order, and
+// sections of a 16-bit-word family count their units in two bytes. A table
+// loaded again starts afresh: here one header further on.
 TEST_P(ElfFileTest, HeaderInHostOrder) {
-    const uint16_t wren = 0xA1B1;
-    ELF_BUILDER b = builder(wren);
+    ELF_BUILDER b = builder(0xA1B1);   // WREN
     b.section(".text", 1, "code");
-    auto file = open(b);
+    auto file = open(b.bytes());
     ASSERT_TRUE(file);
     EXPECT_EQ(file->machine_endian(), GetParam() == ELF_BUILDER::BIG ? OF_ENDIAN_BIG : OF_ENDIAN_LITTLE);
-    EXPECT_EQ(file->header().e_ident[5], GetParam());
-    EXPECT_EQ(file->header().e_machine, wren);
     EXPECT_EQ(file->header().e_shnum, 5);   // null, .text, .symtab, .strtab, .shstrtab
     EXPECT_EQ(file->machine(), OF_MACHINE_WREN);
     OF_SECTION_TABLE* sections = file->section_table();
     ASSERT_EQ(sections->scnnum(), 5u);
     EXPECT_STREQ(sections->section(1)->name(), ".text");
-    EXPECT_EQ(sections->section(1)->size(), 4u);
     EXPECT_EQ(sections->section(1)->unit_size(), 2u);
     EXPECT_STREQ(sections->section(4)->name(), ".shstrtab");
     EXPECT_EQ(sections->section(5), nullptr);
-    EXPECT_EQ(file->symbol_table()->symnum(), 1u);   // found by name among sections read
-    EXPECT_TRUE(ERROR_LOG::calls().empty());
-
-    // A table loaded again starts afresh: here one header further on.
+    EXPECT_EQ(file->symbol_table()->symnum(), 1u);
     EXPECT_EQ(sections->load(file->header().e_shoff + 40, 40, 2), 0);
     EXPECT_EQ(sections->scnnum(), 2u);
     EXPECT_EQ(sections->section(1)->size(), 16u);   // the symbol table's
+    EXPECT_TRUE(ERROR_LOG::calls().empty());
 }
 
 // Extended numbering: e_shnum 0 with the count in section 0's sh_size and
 // e_shstrndx SHN_XINDEX naming the string table through its sh_link. Broken
 // headers never read outside the object nor size tables by untrusted counts.
+// The symbol table is the section named ".symtab"; its string table is the
+// one it links to, else the one named ".strtab".
 TEST_P(ElfFileTest, LoadingCorners) {
     ELF_BUILDER b = builder();
     b.section(".text", 1, "code");
     b.symbol("f", STB_GLOBAL, 2, 1);
-    const std::string whole = b.bytes();
-    const std::string extended = b.extended_numbering().bytes();
+    const std::string whole = b.bytes(), extended = b.extended_numbering().bytes();
     std::string huge = extended;
     huge.replace(huge.size() - 5 * 40 + 20, 4, "\xff\xff\xff\xff", 4);   // sh_size of header 0
     const struct {
@@ -72,10 +63,13 @@ TEST_P(ElfFileTest, LoadingCorners) {
         {"header cut short", whole.substr(0, 40), 0, 0, OF_NO_ERROR},
         {"section headers cut short", whole.substr(0, whole.size() - 60), 3, 0, OF_ERR_CORRUPT},
         {"huge extended count", huge, 5, 0, OF_ERR_CORRUPT},
+        {"symbol table renamed", builder().symbol("f", 1, 2, SHN_ABS).symtab_name(".mysyms").bytes(), 4, 0,
+         OF_NO_ERROR},
+        {"string table by name", builder().symbol("f", 1, 2, SHN_ABS).strtab_linked(false).bytes(), 4, 2, OF_NO_ERROR},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        auto file = open_bytes(c.bytes);
+        auto file = open(c.bytes);
         ASSERT_TRUE(file);
         EXPECT_EQ(file->section_table()->scnnum(), c.sections);
         EXPECT_EQ(file->error_code(), c.code);
@@ -83,29 +77,17 @@ TEST_P(ElfFileTest, LoadingCorners) {
         if (c.code == OF_NO_ERROR) {
             EXPECT_EQ(file->symbol_table()->symnum(), c.symbols);
             EXPECT_TRUE(c.symbols == 0 || std::string(file->symbol_table()->symbol(1)->name()) == "f");
-            EXPECT_TRUE(c.sections == 0 || std::string(file->section_table()->section(1)->name()) == ".text");
         }
     }
-}
 
-// The symbol table is the section named ".symtab"; its string table is the
-// one it links to, else the one named ".strtab".
-TEST_P(ElfFileTest, TablesAreFoundByLinkOrByName) {
-    auto file = open(builder().symbol("f", STB_GLOBAL, 2, SHN_ABS).symtab_name(".mysyms"));
-    ASSERT_TRUE(file);
-    EXPECT_EQ(file->symbol_table()->symnum(), 0u);
-    file = open(builder().symbol("by_name", STB_GLOBAL, 2, SHN_ABS).strtab_linked(false), "u.o");
-    EXPECT_STREQ(file->symbol_table()->symbol(1)->name(), "by_name");
-    EXPECT_TRUE(ERROR_LOG::calls().empty());
-
-    file = open(builder().symbol("lost", STB_GLOBAL, 2, SHN_ABS).without_strtab(), "n.o");
+    ERROR_LOG::calls().clear();
+    auto file = open(builder().symbol("lost", STB_GLOBAL, 2, SHN_ABS).without_strtab().bytes());
     OF_SYMBOL* symbol = file->symbol_table()->symbol(1);
     ASSERT_NE(symbol, nullptr);
     EXPECT_EQ(symbol->name(), nullptr);
     EXPECT_EQ(symbol->kind(), OF_SYM_KIND_ABSOLUTE);
-    ASSERT_FALSE(ERROR_LOG::calls().empty());
-    EXPECT_EQ(ERROR_LOG::calls()[0].first, OF_ERR_INTERNAL);
-    EXPECT_EQ(ERROR_LOG::calls()[0].second, "string table for symbol table \".symtab\" not found");
+    EXPECT_EQ(ERROR_LOG::calls().at(0), std::make_pair(int(OF_ERR_INTERNAL),
+                                                    std::string("string table for symbol table \".symtab\" not found")));
 }
 
 }  // namespace
