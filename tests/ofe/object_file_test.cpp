@@ -181,13 +181,8 @@ TEST_F(ObjectFileTest, StateMachine) {
     EXPECT_EQ(file.state(), OF_STATE_OPEN);
 
     // Each case ends with an operation that fails, raising the code and the message given.
-    const struct {
-        const char* what;
-        int (*operation)(TEST_FILE&);
-        OF_ERROR_CODE code;
-        const char* message;
-        OF_STATE state_after;
-    } cases[] = {
+    const struct { const char* what; int (*operation)(TEST_FILE&); OF_ERROR_CODE code; const char* message;
+        OF_STATE state_after; } cases[] = {
         {"at most", [](TEST_FILE& f) { f.set_state(OF_STATE_LOCKED); return f.max_state(OF_STATE_OPEN); },
          OF_ERR_ILLEGAL_OP, "currently in the locked state, and must be in at most the open state", OF_STATE_LOCKED},
         {"at least", [](TEST_FILE& f) { return f.min_state(OF_STATE_SAVED); }, OF_ERR_ILLEGAL_OP,

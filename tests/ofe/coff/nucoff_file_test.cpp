@@ -27,12 +27,7 @@ NUCOFF_ALL_FORMS(NucoffFileTest);
 // from the header flags; the machine from the target ID wherever the
 // version keeps it.
 TEST_P(NucoffFileTest, HeaderFlags) {
-    const struct {
-        uint16_t flags;
-        OF_FILE_TYPE type;
-        OF_ENDIAN endian;
-        const char *model, *addressing;
-    } cases[] = {
+    const struct { uint16_t flags; OF_FILE_TYPE type; OF_ENDIAN endian; const char *model, *addressing; } cases[] = {
         {0x0100 | 0x0400 | 0x1000, OF_FILE_TYPE_RELOCATABLE, OF_ENDIAN_LITTLE, "small", "Amode"},
         {0x0201 | 0x0800 | 0x2000, OF_FILE_TYPE_UNKNOWN, OF_ENDIAN_BIG, "large", "No Amode"},
         {0x0303 | 0x0C00, OF_FILE_TYPE_EXECUTABLE, OF_ENDIAN_UNKNOWN, "(unknown)", "(unknown)"},
@@ -97,10 +92,7 @@ TEST_P(NucoffFileTest, TableBounds) {
     const unsigned long sections = (size - b.header_size()) / b.section_header_size();
     char past[40];
     snprintf(past, sizeof past, "invalid symbol table offset 0x%08x", size + 1);
-    const struct {
-        std::string bytes, error;
-        unsigned long sections, symbols;
-    } cases[] = {
+    const struct { std::string bytes, error; unsigned long sections, symbols; } cases[] = {
         {bytes, "", 1, 2},
         {patched(bytes, 8, size, 4), "", 1, 0},
         {patched(bytes, 8, size + 1, 4), past, 1, 0},

@@ -44,11 +44,7 @@ READER fields(void (*swapper)(Record&, unsigned), unsigned flags) {
 // string-table offset, swapped, in its second word.
 TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
     const std::string name(8, '1'), tail(10, '1');
-    const struct {
-        const char* what;
-        READER read;
-        std::string layout;
-    } cases[] = {
+    const struct { const char* what; READER read; std::string layout; } cases[] = {
         {"filehdr1", reader(read_NUCoff_filehdr1), "22444222"},
         {"aouthdr", reader(read_NUCoff_aouthdr), "22444444"},
         {"scnhdr0: name and single bytes kept", reader(read_NUCoff_scnhdr0), "00001111" "444444" "222" "11"},

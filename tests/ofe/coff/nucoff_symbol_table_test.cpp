@@ -17,16 +17,11 @@ namespace {
 // binding the storage class alone, read as a signed byte; never weak.
 TEST(NucoffSymbol, KindAndBinding) {
     const OF_SYM_BINDING GLOBAL = OF_SYM_BINDING_GLOBAL, LOCAL = OF_SYM_BINDING_LOCAL;
-    const struct {
-        uint8_t sclass;
-        int16_t scnum;
-        OF_SYM_KIND kind;
-        OF_SYM_BINDING binding;
-    } cases[] = {{2, 1, OF_SYM_KIND_DEFINED, GLOBAL},    {2, -1, OF_SYM_KIND_ABSOLUTE, GLOBAL},
-                 {2, 0, OF_SYM_KIND_UNDEFINED, GLOBAL},  {2, -2, OF_SYM_KIND_DEBUG, GLOBAL},
-                 {2, -3, OF_SYM_KIND_DEFINED, GLOBAL},   {0, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_UNKNOWN},
-                 {21, 1, OF_SYM_KIND_DEFINED, GLOBAL},   {109, 1, OF_SYM_KIND_DEFINED, GLOBAL},
-                 {20, 1, OF_SYM_KIND_DEFINED, LOCAL},    {130, 1, OF_SYM_KIND_DEFINED, LOCAL}};
+    const struct { uint8_t sclass; int16_t scnum; OF_SYM_KIND kind; OF_SYM_BINDING binding; } cases[] = {
+        {2, 1, OF_SYM_KIND_DEFINED, GLOBAL},  {2, -1, OF_SYM_KIND_ABSOLUTE, GLOBAL}, {2, 0, OF_SYM_KIND_UNDEFINED, GLOBAL},
+        {2, -2, OF_SYM_KIND_DEBUG, GLOBAL},   {2, -3, OF_SYM_KIND_DEFINED, GLOBAL},  {21, 1, OF_SYM_KIND_DEFINED, GLOBAL},
+        {109, 1, OF_SYM_KIND_DEFINED, GLOBAL}, {20, 1, OF_SYM_KIND_DEFINED, LOCAL},  {130, 1, OF_SYM_KIND_DEFINED, LOCAL},
+        {0, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_UNKNOWN}};
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.sclass) + " in " + std::to_string(c.scnum));
         NUCOFF_SYMBOL symbol(nullptr);
@@ -41,14 +36,8 @@ TEST(NucoffSymbol, KindAndBinding) {
 // The kind of a symbol's aux entries follows its storage class, then its
 // derived type; the symbol's size is the one its first aux entry keeps.
 TEST(NucoffSymbol, AuxKindSizeAndType) {
-    const struct {
-        uint8_t sclass;
-        uint16_t type;
-        uint8_t numaux;
-        NUCOFF_AUX_TYPE kind;
-        unsigned long size;
-        OF_SYM_TYPE sym_type;
-    } cases[] = {
+    const struct { uint8_t sclass; uint16_t type; uint8_t numaux; NUCOFF_AUX_TYPE kind; unsigned long size;
+        OF_SYM_TYPE sym_type; } cases[] = {
         {103, 0, 1, NUCOFF_AUX_FILE, 0, OF_SYM_TYPE_FILE},     {6, 0x20, 1, NUCOFF_AUX_NONE, 0, OF_SYM_TYPE_FUNCTION},
         {10, 8, 1, NUCOFF_AUX_TAG, 9, OF_SYM_TYPE_OBJECT},     {12, 0, 1, NUCOFF_AUX_TAG, 9, OF_SYM_TYPE_NONE},
         {15, 0, 1, NUCOFF_AUX_TAG, 9, OF_SYM_TYPE_NONE},       {13, 4, 1, NUCOFF_AUX_SYM, 9, OF_SYM_TYPE_OBJECT},

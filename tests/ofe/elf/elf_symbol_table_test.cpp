@@ -22,16 +22,8 @@ TEST_P(ElfSymbolTest, KindBindingAndTypeMapping) {
     const uint16_t ARM = 40, KITE = 0xA1B3, HERON = 0xA1B2, WREN = 0xA1B1;   // ELF machine numbers
     const OF_SYM_KIND DEFINED = OF_SYM_KIND_DEFINED, COMMON = OF_SYM_KIND_COMMON, UNKNOWN = OF_SYM_KIND_UNKNOWN;
     const OF_SYM_BINDING GLOBAL = OF_SYM_BINDING_GLOBAL, WEAK = OF_SYM_BINDING_WEAK, LOCAL = OF_SYM_BINDING_LOCAL;
-    const struct {
-        const char* what;
-        uint16_t machine;
-        unsigned bind, type;
-        uint16_t shndx;
-        bool with_index_table;
-        OF_SYM_KIND kind;
-        OF_SYM_BINDING binding;
-        OF_SYM_TYPE sym_type;
-    } cases[] = {
+    const struct { const char* what; uint16_t machine; unsigned bind, type; uint16_t shndx; bool with_index_table;
+        OF_SYM_KIND kind; OF_SYM_BINDING binding; OF_SYM_TYPE sym_type; } cases[] = {
         {"global function", ARM, 1, 2, 1, true, DEFINED, GLOBAL, OF_SYM_TYPE_FUNCTION},
         {"local section", ARM, 0, 3, 1, true, DEFINED, LOCAL, OF_SYM_TYPE_SECTION},
         {"weak undefined", ARM, 2, 0, SHN_UNDEF, true, OF_SYM_KIND_UNDEFINED, WEAK, OF_SYM_TYPE_NONE},
