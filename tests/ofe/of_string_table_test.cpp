@@ -4,8 +4,6 @@
 
 #include <string>
 
-#include "ofe/test_object_file.h"
-#include "support/data_map.h"
 
 using namespace OFE;
 
@@ -47,28 +45,6 @@ TEST(StringTableTest, LookupAddAndFind) {
     EXPECT_EQ(empty.get_string(0), nullptr);
     EXPECT_EQ(empty.add_string("x"), 0u);
     EXPECT_EQ(empty.add_string("yz"), 2u);
-}
-
-// A table never reports a state below its file's; strings are added only
-// while the file is open, and the file's bytes are not read once frozen.
-TEST(StringTableTest, TableFollowsTheFileState) {
-    struct FILE_TABLE : OF_STRING_TABLE {
-        explicit FILE_TABLE(OBJECT_FILE* file) : OF_STRING_TABLE(file) {}
-        int progress_to_state(OF_STATE) override { return 0; }
-        int revert_to_state(OF_STATE) override { return 0; }
-    };
-    TEST_FILE file;
-    FILE_TABLE table(&file);
-    EXPECT_EQ(table.add_string("a"), 0u);
-    file.set_state(OF_STATE_LOCKED);
-    EXPECT_EQ(table.add_string("b"), OF_STRING_TABLE::kNoOffset);
-    EXPECT_EQ(file.error_code(), OF_ERR_ILLEGAL_OP);
-    file.set_state(OF_STATE_FORMATTED);
-    EXPECT_EQ(table.state(), OF_STATE_FORMATTED);
-    EXPECT_EQ(table.set_state(OF_STATE_SAVED), 0);
-    EXPECT_EQ(table.state(), OF_STATE_SAVED);
-    DATA_MAP map;
-    EXPECT_EQ(file.get_file_data(map, 0, 4), -1);
 }
 
 }  // namespace

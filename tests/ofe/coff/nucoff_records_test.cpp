@@ -26,46 +26,20 @@ READER reader(int (*read)(const DATA_MAP&, Record&, bool)) {
     };
 }
 
-// A field swapper with its flags, as a reader that swaps only when asked.
-template <typename Record>
-READER fields(void (*swapper)(Record&, unsigned), unsigned flags) {
-    return [swapper, flags](const DATA_MAP& map, unsigned char* out, bool swap) {
-        Record rec;
-        map.read(&rec, sizeof rec);
-        if (swap)
-            swapper(rec, flags);
-        memcpy(out, &rec, sizeof rec);
-    };
-}
-
-// Every reader copies its record as stored and, asked to swap, reverses
-// exactly the multi-byte fields (layouts as swap_pattern reads them); the
-// cursor moves by the record's size. A name whose first word is zero keeps a
-// string-table offset, swapped, in its second word.
+// The records an archive's index reads, copied as stored and, asked to swap,
+// with exactly the multi-byte fields reversed (layouts as swap_pattern reads
+// them); the cursor moves by the record's size. A name whose first word is
+// zero keeps a string-table offset, swapped, in its second word.
 TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
-    const std::string name(8, '1'), tail(10, '1');
+    const std::string name(8, '1');
     const struct { const char* what; READER read; std::string layout; } cases[] = {
         {"filehdr1", reader(read_NUCoff_filehdr1), "22444222"},
-        {"aouthdr", reader(read_NUCoff_aouthdr), "22444444"},
         {"scnhdr0: name and single bytes kept", reader(read_NUCoff_scnhdr0), "00001111" "444444" "222" "11"},
         {"scnhdr2: inline name and reserved bytes kept", reader(read_NUCoff_scnhdr2), name + "444444444" "112"},
         {"scnhdr2: string-table offset", reader(read_NUCoff_scnhdr2), "00004" "444444444" "112"},
         {"syment: inline name", reader(read_NUCoff_syment), name + "42211"},
         {"syment: string-table offset", reader(read_NUCoff_syment), "00004" "42211"},
-        {"aux section", reader(read_NUCoff_aux_scn), "422" + tail},
-        {"aux file", reader(read_NUCoff_aux_file), name + tail},
-        {"aux symbol", reader(read_NUCoff_aux_sym), "44" + tail},
         {"aux function", reader(read_NUCoff_aux_func), "444411"},
-        {"aux end of structure", reader(read_NUCoff_aux_eos), "44" + tail},
-        {"aux tag: first word kept", reader(read_NUCoff_aux_tag), "1111" "4" "1111" "4" "11"},
-        {"aux array: size word kept", reader(read_NUCoff_aux_array), "4" "1111" "2222" "11"},
-        {"aux block", reader(read_NUCoff_aux_block), "42244" "11"},
-        {"reloc0: type only", reader(read_NUCoff_reloc0), name + "2"},
-        {"reloc1: type only", reader(read_NUCoff_reloc1), name + "11" "2"},
-        {"reloc0 fields", fields(swap_NUCoff_reloc0_fields, 0), "4" "111111"},
-        {"reloc0 word", fields(swap_NUCoff_reloc0_fields, NUCOFF_RELOC_MIDDLE_WORD), "44" "11"},
-        {"reloc1 halves", fields(swap_NUCoff_reloc1_fields, NUCOFF_RELOC_MIDDLE_HALVES), "4222" "11"},
-        {"lineno", reader(read_NUCoff_lineno), "42"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

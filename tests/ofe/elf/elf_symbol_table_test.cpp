@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "ofe/elf/elf_symbol.h"
 #include "ofe/elf/elf_test_env.h"
@@ -51,9 +52,8 @@ TEST_P(ElfSymbolTest, KindBindingAndTypeMapping) {
         OF_SYMBOL* symbol = file->symbol_table()->symbol(1);
         ASSERT_NE(symbol, nullptr);
         EXPECT_STREQ(symbol->name(), "s");
-        EXPECT_EQ(symbol->kind(), c.kind);
-        EXPECT_EQ(symbol->binding(), c.binding);
-        EXPECT_EQ(symbol->type(), c.sym_type);
+        EXPECT_EQ(std::make_tuple(symbol->kind(), symbol->binding(), symbol->type()),
+                  std::make_tuple(c.kind, c.binding, c.sym_type));
         EXPECT_EQ(symbol->value() + symbol->size(), 0x1234u + 8u);
         EXPECT_EQ(symbol->section_id(), c.shndx != SHN_XINDEX ? c.shndx : c.with_index_table ? 1u : 0u);
     }
