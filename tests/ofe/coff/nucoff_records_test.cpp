@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "ofe/swap_pattern.h"
+#include "ofe/test_object_file.h"
 #include "support/data_map.h"
 
 using namespace OFE;

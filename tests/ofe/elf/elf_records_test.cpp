@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "ofe/swap_pattern.h"
+#include "ofe/test_object_file.h"
 #include "support/data_map.h"
 
 using namespace OFE;

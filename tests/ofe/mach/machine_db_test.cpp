@@ -25,9 +25,8 @@ TEST(MachineDb, OneClassPerFamily) {
         {OF_MACHINE_KITE, "KITE", 8, 0xA1B3, 0x009E, true},      {OF_MACHINE_SWIFT, "SWIFT", 8, 0xA1B4, 0, false},
         {OF_MACHINE_EGRET, "EGRET", 8, 0xA1B5, 0, false},        {OF_MACHINE_UNKNOWN, "unknown", 8, 0, 0, false},
     };
-    ELF_SYMBOL small_common(nullptr), processor_specific(nullptr);
+    ELF_SYMBOL small_common(nullptr);
     small_common.record().st_shndx = 0xFF00;
-    processor_specific.record().st_shndx = 0xFF01;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.short_name);
         std::unique_ptr<OF_MACHINE_DB> db(OF_MACHINE_DB::machine_db(nullptr, c.machine));
@@ -42,9 +41,6 @@ TEST(MachineDb, OneClassPerFamily) {
         OF_SYM_KIND kind = OF_SYM_KIND_DEBUG;
         EXPECT_EQ(db->elf_sym_kind(&small_common, kind), c.small_common);
         EXPECT_EQ(kind, c.small_common ? OF_SYM_KIND_COMMON : OF_SYM_KIND_UNKNOWN);
-        kind = OF_SYM_KIND_DEBUG;
-        EXPECT_FALSE(db->elf_sym_kind(&processor_specific, kind));
-        EXPECT_EQ(kind, OF_SYM_KIND_UNKNOWN);
     }
     EXPECT_STREQ(OBJECT_FILE::machine_name(99), "unknown machine");
 }
