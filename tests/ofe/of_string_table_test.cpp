@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "ofe/of_name.h"
 
 using namespace OFE;
 
@@ -45,6 +46,21 @@ TEST(StringTableTest, LookupAddAndFind) {
     EXPECT_EQ(empty.get_string(0), nullptr);
     EXPECT_EQ(empty.add_string("x"), 0u);
     EXPECT_EQ(empty.add_string("yz"), 2u);
+}
+
+// Name copies on either side of the length kept inside the record, a name
+// set from itself, and a name taken away.
+TEST(OfName, CopiesNamesOfEveryLengthAndNone) {
+    OF_NAME name;
+    for (size_t length : {31, 32, 200}) {
+        std::string text(length, 'n');
+        name.set(text.c_str());
+        text.assign(length, 'x');   // the copy is the name's own
+        name.set(name.get());
+        EXPECT_EQ(std::string(name.get()), std::string(length, 'n')) << length;
+        name.set(nullptr);
+        EXPECT_EQ(name.get(), nullptr);
+    }
 }
 
 }  // namespace

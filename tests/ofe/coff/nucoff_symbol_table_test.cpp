@@ -5,7 +5,7 @@
 #include <string>
 
 #include "ofe/coff/nucoff_symbol.h"
-#include "ofe/coff/nucoff_test_env.h"
+#include "ofe/test_object_file.h"
 
 using namespace OFE;
 

@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "ofe/elf/elf_symbol.h"
-#include "ofe/elf/elf_test_env.h"
+#include "ofe/test_object_file.h"
 
 using namespace OFE;
 
