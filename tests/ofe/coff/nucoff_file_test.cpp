@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "ofe/coff/nucoff_records.h"
-#include "ofe/coff/nucoff_section_table.h"
 #include "ofe/mach/wren_mach.h"
+#include "ofe/of_section_table.h"
 #include "ofe/of_symbol_table.h"
 #include "ofe/test_object_file.h"
 #include "support/data_map.h"
@@ -48,37 +48,6 @@ TEST_P(NucoffFileTest, HeaderFlags) {
         EXPECT_STREQ(WREN_MACHINE_DB::addressing_mode_name(wren->addressing_mode()), c.addressing);
     }
     EXPECT_EQ(open(builder().bytes())->machine(), OF_MACHINE_ARM);
-}
-
-// Section headers follow an optional header of any size, read only when it
-// is 28 bytes; 8-character names are whole, longer ones come from the string
-// table (version 0 cuts them). Without a symbol table the string table is
-// found after the sections' data, relocations and line numbers.
-TEST_P(NucoffFileTest, SectionsAndTheirNames) {
-    for (int optional : {0, 28, 12, -1, -2, -3}) {   // below 0: no symbol table, the string table
-        SCOPED_TRACE(optional);                      // after relocations, line numbers or data
-        const uint32_t relocs = optional == -1 ? 2 : 0, lines = optional == -2 ? 3 : 0;
-        NUCOFF_BUILDER b = builder();
-        b.section(".eight_c", "xy", 3 - lines, 2 - relocs).section(".long_section_name", "z", relocs, lines);
-        if (optional < 0)
-            b.without_symbol_table();
-        else
-            b.optional_header(uint16_t(optional)).symbol("f", 0, 1, 0x20, 2);
-        auto file = open(patched(b.bytes(), 12, 1, 4));   // one entry, also with no table
-        EXPECT_EQ(+file->optional_header().entry, optional == 28 ? 0x11223344 : 0);
-        EXPECT_EQ(file->symbol_table()->symnum(), optional < 0 ? 0u : 1u);
-        NUCOFF_SECTION_TABLE* sections = file->nucoff_section_table();
-        ASSERT_EQ(sections->scnnum(), 3u);
-        const std::string long_name = version() == 0 ? ".long_se" : ".long_section_name";
-        EXPECT_EQ(std::string(sections->section(0)->name()) + sections->section(1)->name() + sections->section(2)->name(),
-                  ".text.eight_c" + long_name);
-        EXPECT_EQ(sections->nucoff_section(1)->header().nreloc(), 3 - lines);
-        EXPECT_EQ(sections->section(0)->size() + sections->section(0)->address(), 4u + 0x100u);
-        EXPECT_EQ(sections->section(0)->contents().UINT8_read(3), 'e');
-        EXPECT_EQ(int(sections->section(0)->contents().endian()), int(std::get<1>(GetParam())));
-        EXPECT_EQ(sections->section(3), nullptr);
-    }
-    EXPECT_EQ(ERROR_LOG::last(), "");
 }
 
 // The symbol-table offset may equal the object's size, not exceed it; a

@@ -31,34 +31,6 @@ TEST(NucoffSymbol, KindAndBinding) {
     }
 }
 
-// The kind of a symbol's aux entries follows its storage class, then its
-// derived type; the symbol's size is the one its first aux entry keeps.
-TEST(NucoffSymbol, AuxKindSizeAndType) {
-    const struct { uint8_t sclass; uint16_t type; uint8_t numaux; NUCOFF_AUX_TYPE kind; unsigned long size;
-        OF_SYM_TYPE sym_type; } cases[] = {
-        {103, 0, 1, NUCOFF_AUX_FILE, 0, OF_SYM_TYPE_FILE},     {6, 0x20, 1, NUCOFF_AUX_NONE, 0, OF_SYM_TYPE_FUNCTION},
-        {10, 8, 1, NUCOFF_AUX_TAG, 9, OF_SYM_TYPE_OBJECT},     {13, 4, 1, NUCOFF_AUX_SYM, 9, OF_SYM_TYPE_OBJECT},
-        {100, 0, 1, NUCOFF_AUX_BLOCK, 0, OF_SYM_TYPE_NONE},    {102, 0, 1, NUCOFF_AUX_EOS, 9, OF_SYM_TYPE_NONE},
-        {2, 0x24, 1, NUCOFF_AUX_FUNC, 9, OF_SYM_TYPE_FUNCTION},
-        {3, 0x34, 1, NUCOFF_AUX_ARRAY, 9, OF_SYM_TYPE_OBJECT}, {2, 0x14, 1, NUCOFF_AUX_SYM, 9, OF_SYM_TYPE_OBJECT},
-        {3, 0, 2, NUCOFF_AUX_SCN, 0x90000, OF_SYM_TYPE_NONE},   {2, 4, 0, NUCOFF_AUX_NONE, 0, OF_SYM_TYPE_OBJECT},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.sclass) + " of type " + std::to_string(c.type));
-        NUCOFF_SYMBOL symbol(nullptr);
-        symbol.entry().n_sclass = c.sclass;
-        symbol.entry().n_type = c.type;
-        symbol.entry().n_numaux = c.numaux;
-        EXPECT_EQ(NUCOFF_SYMBOL::aux_type(symbol.entry()), c.kind);
-        auxent aux = {};
-        aux.x_raw[2] = aux.x_raw[4] = 9;   // the section length at 0, every other size at 4
-        if (c.kind != NUCOFF_AUX_NONE)
-            symbol.add_aux(aux, c.kind);
-        EXPECT_EQ(symbol.size(), c.size);
-        EXPECT_EQ(symbol.type(), c.sym_type);
-    }
-}
-
 class NucoffSymbolTableTest : public NucoffTestEnv {};
 
 NUCOFF_ALL_FORMS(NucoffSymbolTableTest);
