@@ -14,15 +14,10 @@
 #include <list>
 #include <memory>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
-#include "common/elf_builder.h"
-#include "common/nucoff_builder.h"
 #include "common/scratch_dir.h"
-#include "ofe/coff/nucoff_file.h"
-#include "ofe/elf/elf_file.h"
 #include "ofe/object_file.h"
 #include "support/user_msg.h"
 
@@ -91,37 +86,6 @@ protected:
     SCRATCH_DIR dir_;
     std::list<std::string> paths_;
 };
-
-// ELF tests run in both byte orders, NU-COFF tests in all three format
-// versions and both byte orders.
-class ElfTestEnv : public ObjectTestEnv<OFE::ELF_FILE, OFE::OF_FORMAT_ELF, ELF_BUILDER::ORDER> {
-protected:
-    ELF_BUILDER builder(uint16_t machine = 40) const { return ELF_BUILDER(GetParam(), machine); }
-};
-
-#define ELF_BOTH_ORDERS(suite)                                                                          \
-    INSTANTIATE_TEST_SUITE_P(BothByteOrders, suite, testing::Values(ELF_BUILDER::LITTLE, ELF_BUILDER::BIG), \
-                             [](const testing::TestParamInfo<ELF_BUILDER::ORDER>& info) {                \
-                                 return std::string(info.param == ELF_BUILDER::BIG ? "Big" : "Little");  \
-                             })
-
-class NucoffTestEnv
-    : public ObjectTestEnv<OFE::NUCOFF_FILE, OFE::OF_FORMAT_NUCOFF, std::tuple<int, NUCOFF_BUILDER::ORDER>> {
-protected:
-    int version() const { return std::get<0>(GetParam()); }
-    NUCOFF_BUILDER builder(uint16_t target = NUCOFF_BUILDER::ARM) const {
-        return NUCOFF_BUILDER(version(), std::get<1>(GetParam()), target).section(".text", "code");
-    }
-};
-
-#define NUCOFF_ALL_FORMS(suite)                                                                               \
-    INSTANTIATE_TEST_SUITE_P(                                                                                 \
-        AllForms, suite,                                                                                      \
-        testing::Combine(testing::Values(0, 1, 2), testing::Values(NUCOFF_BUILDER::LITTLE, NUCOFF_BUILDER::BIG)), \
-        [](const testing::TestParamInfo<std::tuple<int, NUCOFF_BUILDER::ORDER>>& info) {                      \
-            const bool big = std::get<1>(info.param) == NUCOFF_BUILDER::BIG;                                  \
-            return "V" + std::to_string(std::get<0>(info.param)) + (big ? "Big" : "Little");                   \
-        })
 
 // The bytes of a record laid out as `fields` says, one character per field
 // in order: a digit is the field's width in bytes, holding 1, 2, 3, ... by
