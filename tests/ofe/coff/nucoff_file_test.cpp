@@ -30,6 +30,9 @@ protected:
     NUCOFF_BUILDER builder(uint16_t target = NUCOFF_BUILDER::ARM) const {
         return NUCOFF_BUILDER(version(), std::get<1>(GetParam()), target).section(".text", "code");
     }
+    std::string patched(std::string bytes, size_t at, uint32_t value, int width) const {
+        return bytes.replace(at, width, builder().num(value, width));
+    }
 };
 
 #define NUCOFF_ALL_FORMS(suite)                                                                               \
@@ -41,13 +44,7 @@ protected:
             return "V" + std::to_string(std::get<0>(info.param)) + (big ? "Big" : "Little");                   \
         })
 
-
-class NucoffFileTest : public NucoffTestEnv {
-protected:
-    std::string patched(std::string bytes, size_t at, uint32_t value, int width) const {
-        return bytes.replace(at, width, builder().num(value, width));
-    }
-};
+class NucoffFileTest : public NucoffTestEnv {};
 
 NUCOFF_ALL_FORMS(NucoffFileTest);
 
