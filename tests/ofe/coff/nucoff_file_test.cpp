@@ -82,16 +82,12 @@ TEST_P(NucoffFileTest, TableBounds) {
     char past[40];
     snprintf(past, sizeof past, "invalid symbol table offset 0x%08x", size + 1);
     const struct { std::string bytes, error; unsigned long sections, symbols; } cases[] = {
-        {bytes, "", 1, 2},
-        {patched(bytes, 8, size, 4), "", 1, 0},
-        {patched(bytes, 8, size + 1, 4), past, 1, 0},
+        {bytes, "", 1, 2}, {patched(bytes, 8, size, 4), "", 1, 0}, {patched(bytes, 8, size + 1, 4), past, 1, 0},
         {patched(bytes, strings, size - strings + 1, 4),
          "invalid string table size " + std::to_string(size - strings + 1), 1, 2},
-        {bytes.substr(0, 10), "", 0, 0},
-        {patched(bytes, 2, 0xFFFF, 2), "", sections, 2},
+        {bytes.substr(0, 10), "", 0, 0}, {patched(bytes, 2, 0xFFFF, 2), "", sections, 2},
         {patched(bytes, 12, 0x7FFFFFFF, 4), "", 1, (size - b.symbol_table_offset()) / 18},
-        {patched(bytes, 16, 0xFFFF, 2), "", 0, 2},
-    };
+        {patched(bytes, 16, 0xFFFF, 2), "", 0, 2}};
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
         ERROR_LOG::calls().clear();
@@ -112,8 +108,7 @@ TEST_P(NucoffFileTest, TableBounds) {
 
 typedef std::function<void(const DATA_MAP&, unsigned char*, bool)> READER;
 
-template <typename Record>
-READER reader(int (*read)(const DATA_MAP&, Record&, bool)) {
+template <typename Record> READER reader(int (*read)(const DATA_MAP&, Record&, bool)) {
     return [read](const DATA_MAP& map, unsigned char* out, bool swap) {
         Record rec;
         memset(&rec, 0, sizeof rec);
@@ -184,20 +179,15 @@ NUCOFF_ALL_FORMS(NucoffSymbolTableTest);
 TEST_P(NucoffSymbolTableTest, WalkNamesAndDamagedEntries) {
     NUCOFF_BUILDER b = builder();
     const std::string hidden = "exactly8" + b.num(0x20, 4) + b.num(1, 2) + b.num(0, 2) + std::string("\x02\0", 2);
-    const std::string bytes = b.symbol("f", 0, 1, 0x20, 2, {b.aux({}), b.aux({})})
-                                  .symbol("in_the_string_table", 0, 1, 0, 2)
-                                  .symbol("label", 0, 1, 0, 6, {hidden})
-                                  .symbol("last", 0, 1, 0, 2)
-                                  .bytes() +
-                              std::string("junk", 5);   // after the string table
+    b.symbol("f", 0, 1, 0x20, 2, {b.aux({}), b.aux({})}).symbol("in_the_string_table", 0, 1, 0, 2);
+    b.symbol("label", 0, 1, 0, 6, {hidden}).symbol("last", 0, 1, 0, 2);
+    const std::string bytes = b.bytes() + std::string("junk", 5);   // after the string table
     const size_t name = b.symbol_table_offset() + 3 * 18 + 4, past = bytes.size() - 5 - b.string_table_offset();
-    const std::string all = "0 f,3 in_the_string_table,4 label,5 exactly8,6 last,";
+    const std::string all = "0 f,3 in_the_string_table,4 label,5 exactly8,6 last,",
+                      nameless = "0 f,3 <null>,4 label,5 exactly8,6 last,";
     const struct { size_t at; std::string value, walked; size_t aux_read; /* by the last symbol */ } cases[] = {
-        {0, "", all, 0},
-        {name, b.num(past, 4), "0 f,3 <null>,4 label,5 exactly8,6 last,", 0},
-        {name, b.num(2, 4), "0 f,3 <null>,4 label,5 exactly8,6 last,", 0},
-        {name + 13, "\xFF", "0 f,3 in_the_string_table,", 3},
-    };
+        {0, "", all, 0}, {name, b.num(past, 4), nameless, 0}, {name, b.num(2, 4), nameless, 0},
+        {name + 13, "\xFF", "0 f,3 in_the_string_table,", 3}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.at);
         auto file = open(std::string(bytes).replace(c.at, c.value.size(), c.value));

@@ -20,19 +20,11 @@ using namespace OFE;
 namespace {
 
 const char kSource[] =
-    "int global_data = 1;\n"
-    "int global_bss;\n"
-    "int common_block;\n"
-    "static int local_data = 2;\n"
-    "const int read_only = 3;\n"
-    "extern int undefined_data;\n"
-    "extern int weak_reference __attribute__((weak));\n"
-    "int weak_data __attribute__((weak)) = 4;\n"
-    "__attribute__((weak)) int weak_function(void) { return 5; }\n"
+    "int global_data = 1;\n" "int global_bss;\n" "int common_block;\n" "static int local_data = 2;\n"
+    "const int read_only = 3;\n" "extern int undefined_data;\n" "extern int weak_reference __attribute__((weak));\n"
+    "int weak_data __attribute__((weak)) = 4;\n" "__attribute__((weak)) int weak_function(void) { return 5; }\n"
     "static int local_function(void) { return local_data; }\n"
-    "int global_function(void) {\n"
-    "    return local_function() + undefined_data + (&weak_reference != 0) + read_only;\n"
-    "}\n"
+    "int global_function(void) { return local_function() + undefined_data + (&weak_reference != 0) + read_only; }\n"
     "__asm__(\".globl absolute_symbol\\n.set absolute_symbol, 0x1234\");\n";
 
 typedef std::map<std::string, std::pair<OF_SYM_KIND, OF_SYM_BINDING>> DEFINITIONS;
