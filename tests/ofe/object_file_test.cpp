@@ -19,7 +19,7 @@ namespace {
 
 // A COFF head: the magic (or target ID) at 0 and the target ID at 20.
 std::string coff_head(uint16_t first, uint16_t target, bool big) {
-    auto half = [big](uint16_t v) { return big ? std::string{char(v >> 8), char(v)} : std::string{char(v), char(v >> 8)}; };
+    auto half = [big](uint16_t v) { return std::string{char(big ? v >> 8 : v), char(big ? v : v >> 8)}; };
     return half(first) + std::string(18, '\0') + half(target) + std::string(10, '\0');
 }
 
@@ -121,13 +121,11 @@ TEST_F(ObjectFileTest, FileDataStaysInsideTheObject) {
 // A severe error sticks; a warning or truncation gives way to anything but
 // another of its kind; a development error to all but those and itself.
 TEST_F(ObjectFileTest, FirstSevereErrorSticks) {
+    const OF_ERROR_CODE WARN = OF_ERR_WARNING, TRUNC = OF_ERR_TRUNCATED, DEV = OF_ERR_DEVELOPMENT;
     const struct { OF_ERROR_CODE first, second, pending; } cases[] = {
-        {OF_ERR_CORRUPT, OF_ERR_FORMAT, OF_ERR_CORRUPT},         {OF_ERR_INTERNAL, OF_ERR_WARNING, OF_ERR_INTERNAL},
-        {OF_ERR_WARNING, OF_ERR_CORRUPT, OF_ERR_CORRUPT},        {OF_ERR_TRUNCATED, OF_ERR_ILLEGAL_OP, OF_ERR_ILLEGAL_OP},
-        {OF_ERR_WARNING, OF_ERR_TRUNCATED, OF_ERR_WARNING},      {OF_ERR_TRUNCATED, OF_ERR_WARNING, OF_ERR_TRUNCATED},
-        {OF_ERR_WARNING, OF_ERR_DEVELOPMENT, OF_ERR_DEVELOPMENT}, {OF_ERR_DEVELOPMENT, OF_ERR_WARNING, OF_ERR_DEVELOPMENT},
-        {OF_ERR_DEVELOPMENT, OF_ERR_DEVELOPMENT, OF_ERR_DEVELOPMENT}, {OF_ERR_DEVELOPMENT, OF_ERR_ACCESS, OF_ERR_ACCESS},
-    };
+        {OF_ERR_CORRUPT, OF_ERR_FORMAT, OF_ERR_CORRUPT}, {OF_ERR_INTERNAL, WARN, OF_ERR_INTERNAL},
+        {WARN, OF_ERR_CORRUPT, OF_ERR_CORRUPT}, {TRUNC, OF_ERR_ILLEGAL_OP, OF_ERR_ILLEGAL_OP}, {WARN, TRUNC, WARN},
+        {TRUNC, WARN, TRUNC}, {WARN, DEV, DEV}, {DEV, WARN, DEV}, {DEV, DEV, DEV}, {DEV, OF_ERR_ACCESS, OF_ERR_ACCESS}};
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.first) + " then " + std::to_string(c.second));
         TEST_FILE file;

@@ -33,14 +33,8 @@ public:
         return static_cast<TEST_FILE*>(open_built(file, callback));
     }
 
-    int progress_to_state(OFE::OF_STATE state) override {
-        progressed.push_back(state);
-        return state == fail_progress_at ? 1 : 0;
-    }
-    int revert_to_state(OFE::OF_STATE state) override {
-        reverted.push_back(state);
-        return fail_revert ? 1 : 0;
-    }
+    int progress_to_state(OFE::OF_STATE s) override { progressed.push_back(s); return s == fail_progress_at; }
+    int revert_to_state(OFE::OF_STATE state) override { reverted.push_back(state); return fail_revert; }
     OFE::OF_FORMAT_VER format_version() override { return handle().format_version; }
     OFE::OF_FILE_TYPE file_type() override { return OFE::OF_FILE_TYPE_UNKNOWN; }
     OFE::OF_MACHINE machine() override { return handle().machine; }
@@ -57,10 +51,8 @@ public:
 
 // Records every callback delivery.
 struct ERROR_LOG {
-    static std::vector<std::pair<int, std::string>>& calls() {
-        static std::vector<std::pair<int, std::string>> log;
-        return log;
-    }
+    typedef std::vector<std::pair<int, std::string>> CALLS;
+    static CALLS& calls() { static CALLS log; return log; }
     static void callback(OFE::OBJECT_FILE*, OFE::OF_ERROR_CODE code, const char* message) {
         calls().emplace_back(code, message ? message : "(null)");
     }

@@ -52,11 +52,11 @@ NUCOFF_ALL_FORMS(NucoffFileTest);
 // from the header flags; the machine from the target ID wherever the
 // version keeps it.
 TEST_P(NucoffFileTest, HeaderFlags) {
-    const struct { uint16_t flags; OF_FILE_TYPE type; OF_ENDIAN endian; const char *model, *addressing; } cases[] = {
-        {0x0100 | 0x0400 | 0x1000, OF_FILE_TYPE_RELOCATABLE, OF_ENDIAN_LITTLE, "small", "Amode"},
-        {0x0201 | 0x0800 | 0x2000, OF_FILE_TYPE_UNKNOWN, OF_ENDIAN_BIG, "large", "No Amode"},
-        {0x0303 | 0x0C00, OF_FILE_TYPE_EXECUTABLE, OF_ENDIAN_UNKNOWN, "(unknown)", "(unknown)"},
-        {0x0002 | 0x3000, OF_FILE_TYPE_EXECUTABLE, OF_ENDIAN_UNKNOWN, "(unknown)", "(unknown)"},
+    const struct { uint16_t flags; OF_FILE_TYPE type; OF_ENDIAN endian; std::string model_and_addressing; } cases[] = {
+        {0x0100 | 0x0400 | 0x1000, OF_FILE_TYPE_RELOCATABLE, OF_ENDIAN_LITTLE, "small, Amode"},
+        {0x0201 | 0x0800 | 0x2000, OF_FILE_TYPE_UNKNOWN, OF_ENDIAN_BIG, "large, No Amode"},
+        {0x0303 | 0x0C00, OF_FILE_TYPE_EXECUTABLE, OF_ENDIAN_UNKNOWN, "(unknown), (unknown)"},
+        {0x0002 | 0x3000, OF_FILE_TYPE_EXECUTABLE, OF_ENDIAN_UNKNOWN, "(unknown), (unknown)"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.flags);
@@ -64,8 +64,8 @@ TEST_P(NucoffFileTest, HeaderFlags) {
         EXPECT_EQ(std::make_tuple(file->machine(), file->file_type(), file->machine_endian()),
                   std::make_tuple(OF_MACHINE_WREN, c.type, c.endian));
         auto* wren = dynamic_cast<WREN_MACHINE_DB*>(file->machine_db());
-        EXPECT_STREQ(WREN_MACHINE_DB::memory_model_name(wren->memory_model()), c.model);
-        EXPECT_STREQ(WREN_MACHINE_DB::addressing_mode_name(wren->addressing_mode()), c.addressing);
+        EXPECT_EQ(std::string(WREN_MACHINE_DB::memory_model_name(wren->memory_model())) + ", " +
+                      WREN_MACHINE_DB::addressing_mode_name(wren->addressing_mode()), c.model_and_addressing);
     }
     EXPECT_EQ(open(builder().bytes())->machine(), OF_MACHINE_ARM);
 }
@@ -151,10 +151,11 @@ TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
 // binding the storage class alone, read as a signed byte; never weak.
 TEST(NucoffSymbol, KindAndBinding) {
     const OF_SYM_BINDING GLOBAL = OF_SYM_BINDING_GLOBAL, LOCAL = OF_SYM_BINDING_LOCAL;
+    const OF_SYM_KIND DEFINED = OF_SYM_KIND_DEFINED;
     const struct { uint8_t sclass; int16_t scnum; OF_SYM_KIND kind; OF_SYM_BINDING binding; } cases[] = {
-        {2, 1, OF_SYM_KIND_DEFINED, GLOBAL},  {2, -1, OF_SYM_KIND_ABSOLUTE, GLOBAL}, {2, 0, OF_SYM_KIND_UNDEFINED, GLOBAL},
-        {2, -2, OF_SYM_KIND_DEBUG, GLOBAL},   {2, -3, OF_SYM_KIND_DEFINED, GLOBAL},  {21, 1, OF_SYM_KIND_DEFINED, GLOBAL},
-        {109, 1, OF_SYM_KIND_DEFINED, GLOBAL}, {20, 1, OF_SYM_KIND_DEFINED, LOCAL},  {130, 1, OF_SYM_KIND_DEFINED, LOCAL},
+        {2, 1, DEFINED, GLOBAL},  {2, -1, OF_SYM_KIND_ABSOLUTE, GLOBAL}, {2, 0, OF_SYM_KIND_UNDEFINED, GLOBAL},
+        {2, -2, OF_SYM_KIND_DEBUG, GLOBAL}, {2, -3, DEFINED, GLOBAL}, {21, 1, DEFINED, GLOBAL},
+        {109, 1, DEFINED, GLOBAL}, {20, 1, DEFINED, LOCAL}, {130, 1, DEFINED, LOCAL},
         {0, 1, OF_SYM_KIND_DEFINED, OF_SYM_BINDING_UNKNOWN}};
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.sclass) + " in " + std::to_string(c.scnum));
@@ -193,8 +194,10 @@ TEST_P(NucoffSymbolTableTest, WalkNamesAndDamagedEntries) {
         auto file = open(std::string(bytes).replace(c.at, c.value.size(), c.value));
         OF_SYMBOL_TABLE* table = file->symbol_table();
         std::string walked;
-        for (unsigned long id = 0; id < table->symnum(); id = table->next_symbol_id(id))
-            walked += std::to_string(id) + " " + (table->symbol(id)->name() ? table->symbol(id)->name() : "<null>") + ",";
+        for (unsigned long id = 0; id < table->symnum(); id = table->next_symbol_id(id)) {
+            const char* name = table->symbol(id)->name();
+            walked += std::to_string(id) + " " + (name ? name : "<null>") + ",";
+        }
         EXPECT_EQ(walked, c.walked);
         EXPECT_EQ(static_cast<NUCOFF_SYMBOL*>(table->symbol(3))->aux().size(), c.aux_read);
         EXPECT_EQ(table->symbol(5)->binding(), OF_SYM_BINDING_GLOBAL);

@@ -71,7 +71,8 @@ TEST_P(ElfFileTest, LoadingCorners) {
     const std::string whole = b.bytes(), extended = b.extended_numbering().bytes();
     std::string huge = extended;
     huge.replace(huge.size() - 5 * 40 + 20, 4, "\xff\xff\xff\xff", 4);   // sh_size of header 0
-    const struct { const char* what; std::string bytes; unsigned long sections, symbols; OF_ERROR_CODE code; } cases[] = {
+    const struct { const char* what; std::string bytes; unsigned long sections, symbols; OF_ERROR_CODE code; }
+        cases[] = {
         {"no sections", builder().without_sections().bytes(), 0, 0, OF_NO_ERROR},
         {"extended numbering", extended, 5, 2, OF_NO_ERROR},
         {"header cut short", whole.substr(0, 40), 0, 0, OF_NO_ERROR},
