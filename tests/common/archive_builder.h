@@ -49,8 +49,17 @@ public:
         return offsets.at(i);
     }
 
-    static std::string header(const std::string& name, const std::string& date, const std::string& uid, size_t size) {
-        return fields({name, date, uid, "0", "0", std::to_string(size), "`\n"}, {});
+    // The header fields, each blank-padded (or cut) to its width.
+    static std::string header(const std::string& name, const std::string& date, const std::string& uid, size_t size,
+                              const std::map<int, std::string>& overrides = {}) {
+        static const size_t width[FIELD_COUNT] = {16, 12, 6, 6, 8, 10, 2};
+        const std::string text[] = {name, date, uid, "0", "0", std::to_string(size), "`\n"};
+        std::string h;
+        for (int k = 0; k < FIELD_COUNT; ++k) {
+            const std::string f = (overrides.count(k) ? overrides.at(k) : text[k]).substr(0, width[k]);
+            h += f + std::string(width[k] - f.size(), ' ');
+        }
+        return h;
     }
 
     static std::string padded(const std::string& data, char pad_byte = '\n') {
@@ -64,67 +73,46 @@ private:
         std::map<int, std::string> overrides;
     };
 
-    // The header fields, each blank-padded (or cut) to its width.
-    static std::string fields(const std::vector<std::string>& text, const std::map<int, std::string>& overrides) {
-        static const size_t width[FIELD_COUNT] = {16, 12, 6, 6, 8, 10, 2};
-        std::string h;
-        for (int k = 0; k < FIELD_COUNT; ++k) {
-            const std::string f = (overrides.count(k) ? overrides.at(k) : text[k]).substr(0, width[k]);
-            h += f + std::string(width[k] - f.size(), ' ');
-        }
-        return h;
-    }
-
     static std::string be32(uint32_t v) { return {char(v >> 24), char(v >> 16), char(v >> 8), char(v)}; }
 
     // Member headers, with long names in a table; NU tables open with a
     // newline so that their offsets count from 1.
     std::string build(std::vector<size_t>* offsets) const {
         std::string table = form_ == NU_LONG_NAME ? "\n" : "", body;
-        std::vector<std::string> headers;
-        for (const MEMBER& m : members_) {
-            std::string name = m.name.substr(0, 15) + "/", uid = "0";
-            if (form_ != ORIGINAL && m.name.size() >= 16) {
-                if (form_ == POSIX)
-                    name = "/" + std::to_string(table.size());
-                else
-                    uid = std::to_string(table.size());
-                table += m.name + "/\n";
-            }
-            headers.push_back(fields({name, std::to_string(m.date), uid, "0", "0", std::to_string(m.data.size()), "`\n"},
-                                     m.overrides) + padded(m.data));
-        }
-        const std::string names = table.size() < 2 ? "" :
-            header(form_ == NU_LONG_NAME ? "<filenames>/" : "//", "0", "0", table.size()) + padded(table);
         size_t index_size = 4 + 4 * index_.size();
         for (const auto& e : index_)
             index_size += e.first.size() + 1;
-        const size_t first = 8 + (has_index_ ? 60 + index_size + index_size % 2 : 0) + names.size();
         std::vector<size_t> at;
-        for (const std::string& h : headers) {
-            at.push_back(first + body.size());
-            body += h;
+        for (const MEMBER& m : members_) {
+            std::string name = m.name.substr(0, 15) + "/", uid = "0";
+            if (form_ != ORIGINAL && m.name.size() >= 16) {
+                std::string& field = form_ == POSIX ? name : uid;
+                field = (form_ == POSIX ? "/" : "") + std::to_string(table.size());
+                table += m.name + "/\n";
+            }
+            at.push_back(body.size());
+            body += header(name, std::to_string(m.date), uid, m.data.size(), m.overrides) + padded(m.data);
         }
+        const std::string names = table.size() < 2 ? "" :
+            header(form_ == NU_LONG_NAME ? "<filenames>/" : "//", "0", "0", table.size()) + padded(table);
+        for (size_t& offset : at)
+            offset += 8 + (has_index_ ? 60 + index_size + index_size % 2 : 0) + names.size();
         if (offsets != nullptr)
             *offsets = at;
-        std::string out = "!<arch>\n";
-        if (has_index_) {
-            std::string data = be32(uint32_t(index_.size()));
-            for (const auto& e : index_)
-                data += be32(uint32_t(at.at(e.second)));
-            for (const auto& e : index_)
-                data += e.first + std::string(1, '\0');
-            out += header("/", "0", "0", pad_counted_ ? data.size() + data.size() % 2 : data.size()) +
-                   padded(data, '\0');
-        }
+        std::string out = "!<arch>\n", data = be32(uint32_t(index_.size()));
+        for (const auto& e : index_)
+            data += be32(uint32_t(at.at(e.second)));
+        for (const auto& e : index_)
+            data += e.first + '\0';
+        if (has_index_)
+            out += header("/", "0", "0", pad_counted_ ? data.size() + data.size() % 2 : data.size()) + padded(data, '\0');
         return out + names + body;
     }
 
     FORM form_;
     std::vector<MEMBER> members_;
     std::vector<std::pair<std::string, size_t>> index_;
-    bool has_index_ = false;
-    bool pad_counted_ = true;
+    bool has_index_ = false, pad_counted_ = true;
 };
 
 #endif

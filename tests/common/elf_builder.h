@@ -48,9 +48,8 @@ public:
 
     std::string bytes() const {
         const std::vector<SECTION> all = layout_sections();
-        const uint32_t count = static_cast<uint32_t>(all.size());
-        std::string out(52, '\0');
-        std::string headers;
+        const uint32_t count = uint32_t(all.size());
+        std::string out(52, '\0'), headers;
         for (uint32_t i = 0; i < count; ++i) {
             const SECTION& s = all[i];
             out.resize((out.size() + 3) & ~size_t(3), '\0');
@@ -65,32 +64,15 @@ public:
         }
         out.resize((out.size() + 3) & ~size_t(3), '\0');
         const uint32_t shoff = without_sections_ ? 0 : uint32_t(out.size());
-        if (!without_sections_)
-            out += headers;
         out.replace(0, 52, elf_header(shoff, count));
-        return out;
+        return without_sections_ ? out : out + headers;
     }
 
 private:
-    struct SECTION {
-        std::string name;
-        uint32_t type = 0;
-        std::string data;
-        uint32_t link = 0;
-        uint32_t info = 0;
-        uint32_t entsize = 0;
-        uint32_t name_offset = 0;
-    };
-    struct SYMBOL {
-        std::string name;
-        unsigned bind;
-        unsigned type;
-        uint16_t shndx;
-        uint32_t value;
-        uint32_t size;
-        uint32_t extended;
-        unsigned copies = 1;
-    };
+    struct SECTION { std::string name; uint32_t type = 0; std::string data;
+                     uint32_t link = 0, info = 0, entsize = 0, name_offset = 0; };
+    struct SYMBOL { std::string name; unsigned bind, type; uint16_t shndx; uint32_t value, size, extended;
+                    unsigned copies = 1; };
 
     void put(std::string& out, uint32_t v, int width) const {
         for (int i = 0; i < width; ++i)
@@ -98,24 +80,22 @@ private:
     }
 
     static uint32_t add_string(std::string& table, const std::string& text) {
-        const uint32_t offset = static_cast<uint32_t>(table.size());
         table += text + '\0';
-        return offset;
+        return uint32_t(table.size() - text.size() - 1);
     }
 
     std::vector<SECTION> layout_sections() const {
         std::vector<SECTION> all(1);
         all.insert(all.end(), sections_.begin(), sections_.end());
-        const uint32_t symtab = static_cast<uint32_t>(all.size());
-        std::string names(1, '\0'), symbols(16, '\0'), extended(4, '\0');
+        const uint32_t symtab = uint32_t(all.size());
+        std::string names(1, '\0'), symbols(16, '\0'), extended(4, '\0'), section_names(1, '\0');
         bool any_extended = false;
         for (const SYMBOL& s : symbols_) {
             const uint32_t name = add_string(names, s.name);
             for (unsigned copy = 0; copy < s.copies; ++copy) {
                 for (uint32_t v : {name, s.value, s.size})
                     put(symbols, v, 4);
-                symbols += char((s.bind << 4) | (s.type & 0xF));
-                symbols += '\0';
+                symbols += {char((s.bind << 4) | (s.type & 0xF)), '\0'};
                 put(symbols, s.shndx, 2);
                 put(extended, s.shndx == XINDEX ? s.extended : 0, 4);
             }
@@ -127,21 +107,18 @@ private:
         if (any_extended && with_shndx_table_)
             all.push_back(SECTION{".symtab_shndx", 18, extended, symtab, 0, 4});
         all.push_back(SECTION{".shstrtab", 3, ""});
-        std::string section_names(1, '\0');
         for (size_t i = 1; i < all.size(); ++i)
             all[i].name_offset = add_string(section_names, all[i].name);
         all.back().data = section_names;
         return all;
     }
 
+    // ELFCLASS32, the byte order, EV_CURRENT; ET_REL; no program headers.
     std::string elf_header(uint32_t shoff, uint32_t count) const {
-        std::string out = "\x7f" "ELF";
-        out += char(1);                                   // ELFCLASS32
-        out += char(order_);                              // EI_DATA
-        out += char(1);                                   // EI_VERSION
-        out.append(9, '\0');
-        for (const auto& o : ident_) out[o.first] = char(o.second);
-        put(out, 1, 2);                                   // ET_REL
+        std::string out = std::string("\x7f" "ELF\x01", 5) + char(order_) + '\x01' + std::string(9, '\0');
+        for (const auto& o : ident_)
+            out[o.first] = char(o.second);
+        put(out, 1, 2);
         put(out, machine_, 2);
         for (uint32_t v : {1u, 0u, 0u, shoff, 0u})        // version, entry, phoff, shoff, flags
             put(out, v, 4);
@@ -159,11 +136,8 @@ private:
     std::vector<SYMBOL> symbols_;
     std::vector<std::pair<unsigned, unsigned char>> ident_;
     std::string symtab_name_ = ".symtab";
-    bool strtab_linked_ = true;
-    bool with_strtab_ = true;
-    bool without_sections_ = false;
-    bool with_shndx_table_ = true;
-    bool extended_ = false;
+    bool strtab_linked_ = true, with_strtab_ = true, without_sections_ = false, with_shndx_table_ = true,
+         extended_ = false;
 };
 
 #endif

@@ -93,18 +93,9 @@ public:
     }
 
 private:
-    struct SECTION {
-        std::string name, data;
-        uint32_t nreloc, nlnno;
-    };
-    struct SYMBOL {
-        std::string name;
-        uint32_t value;
-        int16_t scnum;
-        uint16_t type;
-        uint8_t sclass;
-        std::vector<std::string> aux;
-    };
+    struct SECTION { std::string name, data; uint32_t nreloc, nlnno; };
+    struct SYMBOL { std::string name; uint32_t value; int16_t scnum; uint16_t type; uint8_t sclass;
+                    std::vector<std::string> aux; };
 
     // Inline (NUL-padded, an 8-character name unterminated), or zero and the
     // offset of the name, which is added to the string table.

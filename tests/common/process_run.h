@@ -7,18 +7,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 // What one child process produced.
 struct RUN_RESULT {
-    std::string out;
-    std::string err;
+    std::string out, err;
     int status = -1;   // exit status, or 128 + signal number when killed
     bool timed_out = false;
 };
@@ -27,8 +24,7 @@ struct RUN_RESULT {
 // and on its address space, and a time after which it is killed as hung.
 struct RUN_OPTIONS {
     std::string cwd;
-    long long fsize_limit = -1;
-    long long address_space_limit = -1;
+    long long fsize_limit = -1, address_space_limit = -1;
     int timeout_ms = -1;
 };
 
@@ -36,19 +32,17 @@ struct RUN_OPTIONS {
 // unnamed files, TZ=UTC and default signal handling.
 class CHILD_PROCESS {
 public:
-    CHILD_PROCESS(const std::vector<std::string>& argv, const RUN_OPTIONS& options)
-        : timeout_ms_(options.timeout_ms) {
+    CHILD_PROCESS(const std::vector<std::string>& argv, const RUN_OPTIONS& options) : timeout_ms_(options.timeout_ms) {
         std::vector<char*> args;
         for (const std::string& a : argv)
             args.push_back(const_cast<char*>(a.c_str()));
         args.push_back(nullptr);
         setenv("TZ", "UTC", 1);
-        pid_ = fork();
-        if (pid_ != 0)
+        if ((pid_ = fork()) != 0)
             return;
         // Between fork and exec: async-signal-safe calls only.
-        const struct rlimit size = {rlim_t(options.fsize_limit), rlim_t(options.fsize_limit)};
-        const struct rlimit space = {rlim_t(options.address_space_limit), rlim_t(options.address_space_limit)};
+        const struct rlimit size = {rlim_t(options.fsize_limit), rlim_t(options.fsize_limit)},
+                            space = {rlim_t(options.address_space_limit), rlim_t(options.address_space_limit)};
         sigset_t none;   // the harness may block signals; a shell's child starts with none blocked
         sigemptyset(&none);
         if (dup2(fileno(out_), 1) < 0 || dup2(fileno(err_), 2) < 0 || dup2(open("/dev/null", O_RDONLY), 0) < 0 ||
@@ -85,36 +79,27 @@ public:
         return true;
     }
 
-    // Waits for the child, killing it at the deadline as hung.
+    // Waits for the child, killing it as hung once it has had its time (at
+    // least timeout_ms, counted in naps of a millisecond or more).
     RUN_RESULT finish() {
         RUN_RESULT result;
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms_);
         int status = 0;
-        while (pid_ > 0 && waitpid(pid_, &status, WNOHANG) == 0) {
-            if (timeout_ms_ >= 0 && std::chrono::steady_clock::now() > deadline && !result.timed_out) {
-                result.timed_out = true;
-                kill(pid_, SIGKILL);
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+        for (int waited = 0; pid_ > 0 && waitpid(pid_, &status, WNOHANG) == 0; usleep(1000))
+            if (timeout_ms_ >= 0 && ++waited > timeout_ms_ && !result.timed_out)
+                result.timed_out = kill(pid_, SIGKILL) == 0;
         if (pid_ > 0)
             result.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
         pid_ = -1;
-        result.out = contents(out_);
-        result.err = contents(err_);
+        for (auto [file, text] : {std::make_pair(out_, &result.out), std::make_pair(err_, &result.err)}) {
+            char buf[65536];
+            rewind(file);
+            for (size_t n; (n = fread(buf, 1, sizeof buf, file)) > 0;)
+                text->append(buf, n);
+        }
         return result;
     }
 
 private:
-    static std::string contents(FILE* file) {
-        std::string text;
-        char buf[65536];
-        rewind(file);
-        for (size_t n; (n = fread(buf, 1, sizeof buf, file)) > 0;)
-            text.append(buf, n);
-        return text;
-    }
-
     pid_t pid_ = -1;
     int timeout_ms_;
     FILE* out_ = tmpfile();
@@ -126,19 +111,14 @@ inline RUN_RESULT run_process(const std::vector<std::string>& argv, const RUN_OP
 }
 
 #ifdef ARWREN_BIN
-inline std::vector<std::string> arwren_argv(const std::vector<std::string>& args) {
-    std::vector<std::string> argv{ARWREN_BIN};
-    argv.insert(argv.end(), args.begin(), args.end());
-    return argv;
+inline std::vector<std::string> arwren_argv(std::vector<std::string> args) {
+    args.insert(args.begin(), ARWREN_BIN);
+    return args;
 }
 
 // Runs the built archiver in cwd.
-inline RUN_RESULT run_arwren(const std::vector<std::string>& args, const std::string& cwd,
-                             long long fsize_limit = -1) {
-    RUN_OPTIONS options;
-    options.cwd = cwd;
-    options.fsize_limit = fsize_limit;
-    return run_process(arwren_argv(args), options);
+inline RUN_RESULT run_arwren(const std::vector<std::string>& args, const std::string& cwd) {
+    return run_process(arwren_argv(args), RUN_OPTIONS{cwd});
 }
 #endif
 

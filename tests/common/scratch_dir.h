@@ -16,16 +16,13 @@
 // test ends. Names given to it are relative to it.
 class SCRATCH_DIR {
 public:
-    static constexpr long kNow = LONG_MIN;  // leave a written file's time alone
-
-    explicit SCRATCH_DIR(const char* base = "/tmp") {
-        std::string pattern = std::string(base) + "/arwren_test_XXXXXX";
-        if (mkdtemp(&pattern[0]) != nullptr)
-            dir_ = pattern;
+    explicit SCRATCH_DIR(const char* base = "/tmp") : dir_(std::string(base) + "/arwren_test_XXXXXX") {
+        if (mkdtemp(&dir_[0]) == nullptr)
+            dir_.clear();
     }
     ~SCRATCH_DIR() {
         std::error_code ignored;
-        if (!dir_.empty())
+        if (ok())
             std::filesystem::remove_all(dir_, ignored);
     }
     SCRATCH_DIR(const SCRATCH_DIR&) = delete;
@@ -42,32 +39,30 @@ public:
     }
 
     // Writes a file, making its directories, with the given modification
-    // time unless kNow; returns its path.
-    std::string write(const std::string& name, const std::string& bytes, long mtime = kNow) const {
+    // time unless LONG_MIN (left as written); returns its path.
+    std::string write(const std::string& name, const std::string& bytes, long mtime = LONG_MIN) const {
         const std::string full = path(name);
         std::filesystem::create_directories(std::filesystem::path(full).parent_path());
         std::ofstream(full, std::ios::binary | std::ios::trunc) << bytes;
-        struct utimbuf times = {mtime, mtime};
-        if (mtime != kNow)
+        const struct utimbuf times = {mtime, mtime};
+        if (mtime != LONG_MIN)
             utime(full.c_str(), &times);
         return full;
     }
     std::string read(const std::string& name) const { return read_file(path(name)); }
-    bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
 
     // The names in a subdirectory ("" for this one), sorted.
     std::vector<std::string> names(const std::string& sub = "") const {
         std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(sub.empty() ? dir_ : path(sub)))
+        for (const auto& entry : std::filesystem::directory_iterator(path(sub)))
             found.push_back(entry.path().filename().string());
         std::sort(found.begin(), found.end());
         return found;
     }
 
     static std::string read_file(const std::string& full) {
-        std::ifstream in(full, std::ios::binary);
         std::ostringstream bytes;
-        bytes << in.rdbuf();
+        bytes << std::ifstream(full, std::ios::binary).rdbuf();
         return bytes.str();
     }
 

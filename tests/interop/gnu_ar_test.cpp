@@ -9,14 +9,7 @@
 
 namespace {
 
-// Where two index listings part, for the failure message.
-std::string first_difference(const std::vector<std::string>& ours, const std::vector<std::string>& theirs) {
-    const auto at = std::mismatch(ours.begin(), ours.end(), theirs.begin(), theirs.end());
-    return "entry " + std::to_string(at.first - ours.begin()) + ": " + (at.first != ours.end() ? *at.first : "<end>") +
-           ", expected " + (at.second != theirs.end() ? *at.second : "<end>");
-}
-
-// What a program prints for an archive, or the failure.
+// What a program prints, or the failure.
 std::string output(const std::vector<std::string>& argv) {
     RUN_RESULT r;
     ::testing::AssertionResult ok = run_ok(argv, "", &r);
@@ -29,22 +22,24 @@ class RealLibrary : public ::testing::TestWithParam<const char*> {};
 // the same members, GNU ar prints the same bytes, and nm reads the same
 // index as in the original.
 TEST_P(RealLibrary, RewrittenWithTheDistributionsIndex) {
-    ASSERT_TRUE(have_tool("ar", "binutils"));
-    ASSERT_TRUE(have_tool("nm", "binutils"));
-    ASSERT_TRUE(have_tool("llvm-ar", "llvm"));
+    ASSERT_TRUE(have_tools({{"ar", "binutils"}, {"nm", "binutils"}, {"llvm-ar", "llvm"}}));
     const std::string library = kNewlibDir + "/" + GetParam();
     SCRATCH_DIR scratch;
-    ASSERT_TRUE(std::filesystem::copy_file(library, scratch.path("lib.a")))
+    const std::string copy = scratch.path("lib.a");
+    ASSERT_TRUE(std::filesystem::copy_file(library, copy))
         << "Debian packages libnewlib-arm-none-eabi, libstdc++-arm-none-eabi-newlib";
     ASSERT_TRUE(run_ok(arwren_argv({"rq", "lib.a"}), scratch.dir()));
-    const std::string copy = scratch.path("lib.a");
     EXPECT_NE(scratch.read("lib.a"), SCRATCH_DIR::read_file(library));
     EXPECT_EQ(output({"ar", "t", copy}), output({"ar", "t", library}));
     EXPECT_EQ(output({"llvm-ar", "t", copy}), output({"ar", "t", library}));
     EXPECT_TRUE(output({"ar", "p", copy}) == output({"ar", "p", library}));
     const std::vector<std::string> ours = nm_armap(copy), theirs = nm_armap(library);
     EXPECT_GT(theirs.size(), 300u);
-    EXPECT_TRUE(ours == theirs) << first_difference(ours, theirs);
+    // Where the listings part, rather than both whole.
+    const auto at = std::mismatch(ours.begin(), ours.end(), theirs.begin(), theirs.end());
+    EXPECT_TRUE(at.first == ours.end() && at.second == theirs.end())
+        << "entry " << at.first - ours.begin() << ": " << (at.first != ours.end() ? *at.first : "<end>")
+        << ", expected " << (at.second != theirs.end() ? *at.second : "<end>");
 }
 
 INSTANTIATE_TEST_SUITE_P(Newlib, RealLibrary, ::testing::Values("libc.a", "libm.a", "libstdc++.a"),
@@ -69,8 +64,7 @@ const char kFirstSource[] =
     "__asm__(\".data\\n.globl only_once\\n.type only_once, %gnu_unique_object\\nonly_once: .word 1\");\n";
 
 TEST(ByteOrders, BothAreIndexedAsGnuArIndexesThem) {
-    ASSERT_TRUE(have_tool("arm-none-eabi-gcc", "gcc-arm-none-eabi"));
-    ASSERT_TRUE(have_tool("ar", "binutils"));
+    ASSERT_TRUE(have_tools({{"arm-none-eabi-gcc", "gcc-arm-none-eabi"}, {"ar", "binutils"}}));
     SCRATCH_DIR scratch;
     scratch.write("first.c", kFirstSource);
     scratch.write("second.c", "static int local_helper(int x) { return x * 2; }\n"
@@ -102,9 +96,9 @@ TEST(ByteOrders, BothAreIndexedAsGnuArIndexesThem) {
 
 // Names that resemble the special members, hold blanks or a line end, or lie
 // around the long-name boundary, with odd, even and empty contents: GNU ar
-// lists them all and extracts each one's bytes.
+// lists them all in order and extracts each one's bytes.
 TEST(GnuAr, ReadsEveryPosixNameArwrenStores) {
-    ASSERT_TRUE(have_tool("ar", "binutils"));
+    ASSERT_TRUE(have_tools({{"ar", "binutils"}}));
     const std::vector<std::string> names = {
         "a", " ", "a b", " lead", "trail ", "<filenames", "filenames>", "<filenames>x", "14_with_blank ",
         " 14_leading_bl", "15_without_blan", "fffffffffffff.o", "ssssssssssssss.o", "vvvvvvvvvvvvvvv.o",
@@ -112,17 +106,14 @@ TEST(GnuAr, ReadsEveryPosixNameArwrenStores) {
         "a_rather_long_member_name_of_40_chars.oo"};
     SCRATCH_DIR scratch;
     std::vector<std::string> args = {"aq", "../x.a"};
+    std::string listing;
     for (size_t i = 0; i < names.size(); ++i) {
         scratch.write("src/" + names[i], pattern_bytes(i * 331 % 1000, unsigned(i)));
         args.push_back(names[i]);
+        listing += names[i] + "\n";
     }
     ASSERT_TRUE(run_ok(arwren_argv(args), scratch.path("src")));
-    RUN_RESULT listing;
-    EXPECT_TRUE(run_ok({"ar", "t", "x.a"}, scratch.dir(), &listing));
-    EXPECT_EQ(listing.out, "a\n \na b\n lead\ntrail \n<filenames\nfilenames>\n<filenames>x\n14_with_blank \n"
-                           " 14_leading_bl\n15_without_blan\nfffffffffffff.o\nssssssssssssss.o\nvvvvvvvvvvvvvvv.o\n"
-                           "16 with blanks  \n17 with blanks   \nnew\nline\n<filenames>_long_name\n"
-                           "a_rather_long_member_name_of_40_chars.oo\n");
+    EXPECT_EQ(output({"ar", "t", scratch.path("x.a")}), listing);
     ASSERT_TRUE(run_ok({"ar", "x", "../x.a"}, scratch.subdir("out")));
     for (const std::string& name : names)
         EXPECT_TRUE(scratch.read("out/" + name) == scratch.read("src/" + name)) << name;

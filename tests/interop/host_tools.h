@@ -15,28 +15,26 @@
 // Where the ARM cross toolchain's C library archives live.
 const std::string kNewlibDir = "/usr/lib/arm-none-eabi/newlib";
 
-// Success when the program is on PATH; otherwise a failure naming the Debian
-// package that provides it. The tests never skip for a missing tool.
-inline ::testing::AssertionResult have_tool(const std::string& program, const std::string& package) {
-    std::stringstream dirs(std::getenv("PATH") ? std::getenv("PATH") : "/usr/bin:/bin");
-    for (std::string dir; std::getline(dirs, dir, ':');)
-        if (access((dir + "/" + program).c_str(), X_OK) == 0)
-            return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << program << " is not installed (Debian package " << package << ")";
+// Success when the programs are on PATH; otherwise a failure naming the
+// Debian package that provides the first one missing. The tests never skip
+// for a missing tool.
+inline ::testing::AssertionResult have_tools(const std::vector<std::pair<std::string, std::string>>& tools) {
+    for (const auto& [program, package] : tools)
+        if (system(("command -v '" + program + "' >/dev/null").c_str()) != 0)
+            return ::testing::AssertionFailure() << program << " is not installed (Debian package " << package << ")";
+    return ::testing::AssertionSuccess();
 }
 
 // Runs a program in cwd and succeeds when it exits 0 with nothing on its
 // standard error; the failure shows the command and its output.
 inline ::testing::AssertionResult run_ok(const std::vector<std::string>& argv, const std::string& cwd,
                                          RUN_RESULT* result = nullptr) {
-    RUN_OPTIONS options;
-    options.cwd = cwd;
-    const RUN_RESULT r = run_process(argv, options);
+    RUN_RESULT r = run_process(argv, RUN_OPTIONS{cwd});
+    const bool ok = r.status == 0 && r.err.empty();
+    const std::string what = describe(argv, r);
     if (result != nullptr)
-        *result = r;
-    if (r.status == 0 && r.err.empty())
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << describe(argv, r);
+        *result = std::move(r);
+    return ok ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << what;
 }
 
 inline std::vector<std::string> lines_of(const std::string& text) {
@@ -62,10 +60,8 @@ inline std::vector<std::string> nm_armap(const std::string& archive) {
 inline std::string pattern_bytes(size_t length, unsigned seed) {
     std::string bytes(length, '\0');
     unsigned state = seed * 2654435761u + 12345u;
-    for (char& byte : bytes) {
-        state = state * 1103515245u + 12345u;
-        byte = static_cast<char>(state >> 16);
-    }
+    for (char& byte : bytes)
+        byte = char((state = state * 1103515245u + 12345u) >> 16);
     return bytes;
 }
 
