@@ -52,15 +52,10 @@ INSTANTIATE_TEST_SUITE_P(Newlib, RealLibrary, ::testing::Values("libc.a", "libm.
 // are indexed; statics and references are not, nor is a unique-bound symbol,
 // which GNU ar indexes and arwren deliberately takes for an unknown binding.
 const char kFirstSource[] =
-    "int counter = 3;\n"
-    "int shared_block;\n"
-    "static int hidden;\n"
-    "__attribute__((weak)) int tunable = 7;\n"
-    "extern int elsewhere(int);\n"
-    "extern int maybe(void) __attribute__((weak));\n"
+    "int counter = 3;\nint shared_block;\nstatic int hidden;\n__attribute__((weak)) int tunable = 7;\n"
+    "extern int elsewhere(int);\nextern int maybe(void) __attribute__((weak));\n"
     "int bump(int x) { hidden += x; return elsewhere(counter + hidden) + (maybe ? maybe() : 0); }\n"
-    "__attribute__((weak)) void hook(void) {}\n"
-    "__asm__(\".globl fixed_address\\n.set fixed_address, 0x1234\");\n"
+    "__attribute__((weak)) void hook(void) {}\n__asm__(\".globl fixed_address\\n.set fixed_address, 0x1234\");\n"
     "__asm__(\".data\\n.globl only_once\\n.type only_once, %gnu_unique_object\\nonly_once: .word 1\");\n";
 
 TEST(ByteOrders, BothAreIndexedAsGnuArIndexesThem) {

@@ -44,13 +44,11 @@ struct COMMAND {
 
 // One run of a command under strace, in a directory of its own.
 struct RUN {
-    std::string fault;
     SCRATCH_DIR dir;
     std::unique_ptr<CHILD_PROCESS> child;
     RUN_RESULT result;
 
-    RUN(const std::string& archive, const COMMAND& c, const std::vector<std::string>& strace, std::string what = "")
-        : fault(std::move(what)) {
+    RUN(const std::string& archive, const COMMAND& c, const std::vector<std::string>& strace) {
         dir.write("arc/lib.a", archive);
         dir.write("src/m1.o", object("uno", 503, 3), 1600000000);
         dir.write("src/m2.o", kM2, 1400000000);
@@ -65,28 +63,26 @@ struct RUN {
     RUN_RESULT& finish() { return result = child->finish(); }
 };
 
-// Which calls of the system call the trace shows after the archive is first
-// opened, counted from the start of the run.
+// Which calls of the system call (numbered from the start of the run) the
+// trace shows once the archive has been opened.
 std::vector<int> calls_after_open(const std::vector<std::string>& trace, const std::string& syscall) {
     std::vector<int> calls;
     bool opened = false;
     int n = 0;
     for (const std::string& line : trace) {
-        opened = opened || (line.find("openat(") != std::string::npos &&
-                            line.find(std::string("\"") + kArchive + "\"") != std::string::npos);
-        const size_t at = line.find(syscall + "(");
-        if (at == std::string::npos || (at > 0 && line[at - 1] != ' '))
-            continue;
-        ++n;
-        if (opened)
+        opened = opened || line.rfind(std::string("openat(AT_FDCWD, \"") + kArchive + "\"", 0) == 0;
+        const bool call = line.rfind(syscall + "(", 0) == 0;
+        n += call;
+        if (call && opened)
             calls.push_back(n);
     }
     return calls;
 }
 
-void check(const RUN& run, const COMMAND& c, const std::string& old, const std::string& rewritten) {
+void check(const RUN& run, const COMMAND& c, const std::string& fault, const std::string& old,
+           const std::string& rewritten) {
     const RUN_RESULT& r = run.result;
-    SCOPED_TRACE(c.args[0] + ": " + run.fault + "\nstatus " + std::to_string(r.status) + ", stderr: " + r.err);
+    SCOPED_TRACE(c.args[0] + ": " + fault + "\nstatus " + std::to_string(r.status) + ", stderr: " + r.err);
     ASSERT_TRUE(r.status == 0 || (r.status == 1 && !r.err.empty()));
     const bool extracts = c.args[0] == "x";
     EXPECT_TRUE(run.dir.read("arc/lib.a") == (extracts || r.status == 1 ? old : rewritten))
@@ -145,23 +141,22 @@ TEST_F(IO_FAULTS, EveryFailedCallKeepsTheOldArchiveOrWritesTheNewOne) {
         const std::string rewritten = clean.dir.read("arc/lib.a");
         ASSERT_EQ(rewritten == archive_, c.args[0] == "x");
         const std::vector<std::string> trace = lines_of(clean.dir.read(std::string(c.cwd) + "/trace"));
-        std::vector<std::pair<std::string, std::string>> injections;   // the call's name and the strace option
+        std::vector<std::string> injections;
         for (const auto& [syscall, faults] : kFaults)
             for (const std::string& fault : faults)
                 for (int n : calls_after_open(trace, syscall)) {
                     const bool every = fault.back() == '+';
-                    injections.emplace_back(syscall, "inject=" + syscall + ":error=" + fault.substr(0, fault.size() - every) +
-                                                         ":when=" + std::to_string(n) + (every ? "+" : ""));
+                    injections.push_back("inject=" + syscall + ":error=" + fault.substr(0, fault.size() - every) +
+                                         ":when=" + std::to_string(n) + (every ? "+" : ""));
                 }
         EXPECT_GT(injections.size(), 10u);
         for (size_t first = 0; first < injections.size(); first += kParallel) {
             std::deque<RUN> runs;
             for (size_t i = first; i < std::min(injections.size(), first + kParallel); ++i)
-                runs.emplace_back(archive_, c, std::vector<std::string>{"-o", "/dev/null", "-e", "trace=" +
-                                  injections[i].first, "-e", injections[i].second}, injections[i].second);
-            for (RUN& run : runs) {
-                run.finish();
-                check(run, c, archive_, rewritten);
+                runs.emplace_back(archive_, c, std::vector<std::string>{"-o", "/dev/null", "-e", traced, "-e", injections[i]});
+            for (size_t i = 0; i < runs.size(); ++i) {
+                runs[i].finish();
+                check(runs[i], c, injections[first + i], archive_, rewritten);
             }
         }
     }
