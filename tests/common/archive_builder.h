@@ -20,8 +20,7 @@ public:
     explicit ARCHIVE_BUILDER(FORM form = POSIX) : form_(form) {}
 
     ARCHIVE_BUILDER& member(const std::string& name, const std::string& data, long date = 0) {
-        members_.push_back(MEMBER{name, data, date, {}});
-        return *this;
+        return members_.push_back(MEMBER{name, data, date, {}}), *this;
     }
 
     // A symbol index ("/" member): names and the member each one points at.
@@ -35,18 +34,14 @@ public:
     }
 
     // Replaces one header field of the last member with raw text.
-    ARCHIVE_BUILDER& field(FIELD which, const std::string& text) {
-        members_.back().overrides[which] = text;
-        return *this;
-    }
+    ARCHIVE_BUILDER& field(FIELD which, const std::string& text) { members_.back().overrides[which] = text; return *this; }
 
-    std::string bytes() const { return build(nullptr); }
+    std::string bytes() const { std::vector<size_t> offsets; return build(offsets); }
 
     // Offset of member i's header in bytes().
     size_t header_offset(size_t i) const {
         std::vector<size_t> offsets;
-        build(&offsets);
-        return offsets.at(i);
+        return build(offsets), offsets.at(i);
     }
 
     // The header fields, each blank-padded (or cut) to its width.
@@ -67,22 +62,17 @@ public:
     }
 
 private:
-    struct MEMBER {
-        std::string name, data;
-        long date;
-        std::map<int, std::string> overrides;
-    };
+    struct MEMBER { std::string name, data; long date; std::map<int, std::string> overrides; };
 
     static std::string be32(uint32_t v) { return {char(v >> 24), char(v >> 16), char(v >> 8), char(v)}; }
 
     // Member headers, with long names in a table; NU tables open with a
     // newline so that their offsets count from 1.
-    std::string build(std::vector<size_t>* offsets) const {
+    std::string build(std::vector<size_t>& at) const {
         std::string table = form_ == NU_LONG_NAME ? "\n" : "", body;
         size_t index_size = 4 + 4 * index_.size();
         for (const auto& e : index_)
             index_size += e.first.size() + 1;
-        std::vector<size_t> at;
         for (const MEMBER& m : members_) {
             std::string name = m.name.substr(0, 15) + "/", uid = "0";
             if (form_ != ORIGINAL && m.name.size() >= 16) {
@@ -97,8 +87,6 @@ private:
             header(form_ == NU_LONG_NAME ? "<filenames>/" : "//", "0", "0", table.size()) + padded(table);
         for (size_t& offset : at)
             offset += 8 + (has_index_ ? 60 + index_size + index_size % 2 : 0) + names.size();
-        if (offsets != nullptr)
-            *offsets = at;
         std::string out = "!<arch>\n", data = be32(uint32_t(index_.size()));
         for (const auto& e : index_)
             data += be32(uint32_t(at.at(e.second)));

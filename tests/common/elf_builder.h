@@ -9,6 +9,7 @@
 // an extended index, and ".shstrtab".
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,15 +23,13 @@ public:
 
     // A section of the caller's; returns its index.
     unsigned section(const std::string& name, uint32_t type, const std::string& data) {
-        sections_.push_back(SECTION{name, type, data});
-        return unsigned(sections_.size());
+        return sections_.push_back(SECTION{name, type, data}), unsigned(sections_.size());
     }
 
     // A symbol; with shndx XINDEX, extended is what the index table holds.
     ELF_BUILDER& symbol(const std::string& name, unsigned bind, unsigned type, uint16_t shndx,
                         uint32_t value = 0, uint32_t size = 0, uint32_t extended = 0) {
-        symbols_.push_back(SYMBOL{name, bind, type, shndx, value, size, extended});
-        return *this;
+        return symbols_.push_back(SYMBOL{name, bind, type, shndx, value, size, extended}), *this;
     }
 
     ELF_BUILDER& symtab_name(const std::string& name) { symtab_name_ = name; return *this; }
@@ -55,11 +54,9 @@ public:
             out.resize((out.size() + 3) & ~size_t(3), '\0');
             // Under extended numbering section 0 holds the count and the
             // index of the section-name table.
-            const bool first = i == 0;
-            for (uint32_t v : {s.name_offset, s.type, 0u, 0u, first ? 0u : uint32_t(out.size()),
-                               first && extended_ ? count : uint32_t(s.data.size()),
-                               first && extended_ ? count - 1 : s.link, s.info, 4u, s.entsize})
-                put(headers, v, 4);
+            put(headers, 4, {s.name_offset, s.type, 0u, 0u, i == 0 ? 0u : uint32_t(out.size()),
+                             i == 0 && extended_ ? count : uint32_t(s.data.size()),
+                             i == 0 && extended_ ? count - 1 : s.link, s.info, 4u, s.entsize});
             out += s.data;
         }
         out.resize((out.size() + 3) & ~size_t(3), '\0');
@@ -74,9 +71,10 @@ private:
     struct SYMBOL { std::string name; unsigned bind, type; uint16_t shndx; uint32_t value, size, extended;
                     unsigned copies = 1; };
 
-    void put(std::string& out, uint32_t v, int width) const {
-        for (int i = 0; i < width; ++i)
-            out += char(v >> 8 * (order_ == BIG ? width - 1 - i : i));
+    void put(std::string& out, int width, std::initializer_list<uint32_t> values) const {
+        for (uint32_t v : values)
+            for (int i = 0; i < width; ++i)
+                out += char(v >> 8 * (order_ == BIG ? width - 1 - i : i));
     }
 
     static uint32_t add_string(std::string& table, const std::string& text) {
@@ -93,11 +91,10 @@ private:
         for (const SYMBOL& s : symbols_) {
             const uint32_t name = add_string(names, s.name);
             for (unsigned copy = 0; copy < s.copies; ++copy) {
-                for (uint32_t v : {name, s.value, s.size})
-                    put(symbols, v, 4);
+                put(symbols, 4, {name, s.value, s.size});
                 symbols += {char((s.bind << 4) | (s.type & 0xF)), '\0'};
-                put(symbols, s.shndx, 2);
-                put(extended, s.shndx == XINDEX ? s.extended : 0, 4);
+                put(symbols, 2, {s.shndx});
+                put(extended, 4, {s.shndx == XINDEX ? s.extended : 0});
             }
             any_extended = any_extended || s.shndx == XINDEX;
         }
@@ -116,17 +113,13 @@ private:
     // ELFCLASS32, the byte order, EV_CURRENT; ET_REL; no program headers.
     std::string elf_header(uint32_t shoff, uint32_t count) const {
         std::string out = std::string("\x7f" "ELF\x01", 5) + char(order_) + '\x01' + std::string(9, '\0');
-        for (const auto& o : ident_)
-            out[o.first] = char(o.second);
-        put(out, 1, 2);
-        put(out, machine_, 2);
-        for (uint32_t v : {1u, 0u, 0u, shoff, 0u})        // version, entry, phoff, shoff, flags
-            put(out, v, 4);
+        for (const auto& o : ident_) out[o.first] = char(o.second);
+        put(out, 2, {1u, machine_});
+        put(out, 4, {1u, 0u, 0u, shoff, 0u});        // version, entry, phoff, shoff, flags
         const bool none = without_sections_;
         // ehsize, phentsize, phnum, shentsize, shnum, shstrndx
-        for (uint32_t v : {52u, 0u, 0u, none ? 0u : 40u, none || extended_ ? 0u : count,
-                           none ? 0u : extended_ ? uint32_t(XINDEX) : count - 1})
-            put(out, v, 2);
+        put(out, 2, {52u, 0u, 0u, none ? 0u : 40u, none || extended_ ? 0u : count,
+                     none ? 0u : extended_ ? uint32_t(XINDEX) : count - 1});
         return out;
     }
 

@@ -23,16 +23,13 @@ public:
 
     // A section with its data and as many relocation and line-number entries
     // (filler bytes) as asked for.
-    NUCOFF_BUILDER& section(const std::string& name, const std::string& data, uint32_t nreloc = 0,
-                            uint32_t nlnno = 0) {
-        sections_.push_back(SECTION{name, data, nreloc, nlnno});
-        return *this;
+    NUCOFF_BUILDER& section(const std::string& name, const std::string& data, uint32_t nreloc = 0, uint32_t nlnno = 0) {
+        return sections_.push_back(SECTION{name, data, nreloc, nlnno}), *this;
     }
     // A symbol with its aux entries, 18 bytes each (see aux()).
     NUCOFF_BUILDER& symbol(const std::string& name, uint32_t value, int16_t scnum, uint16_t type, uint8_t sclass,
                            const std::vector<std::string>& aux = {}) {
-        symbols_.push_back(SYMBOL{name, value, scnum, type, sclass, aux});
-        return *this;
+        return symbols_.push_back(SYMBOL{name, value, scnum, type, sclass, aux}), *this;
     }
     NUCOFF_BUILDER& optional_header(uint16_t size) { opthdr_ = size; return *this; }
     NUCOFF_BUILDER& flags(uint16_t flags) { flags_ = flags; return *this; }

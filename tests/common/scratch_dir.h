@@ -34,8 +34,7 @@ public:
 
     // Makes a subdirectory (and its parents) and returns its path.
     std::string subdir(const std::string& name) const {
-        std::filesystem::create_directories(path(name));
-        return path(name);
+        return std::filesystem::create_directories(path(name)), path(name);
     }
 
     // Writes a file, making its directories, with the given modification

@@ -75,12 +75,7 @@ TEST(ByteOrders, BothAreIndexedAsGnuArIndexesThem) {
         const auto unique = std::find(expected.begin(), expected.end(), "only_once in first.o");
         ASSERT_NE(unique, expected.end());
         expected.erase(unique);
-        std::string printed;
-        for (const std::string& entry : expected)
-            printed += "  ==>  symbol defined: '" + entry.substr(0, entry.find(' ')) + "'\n";
-        RUN_RESULT made;
-        ASSERT_TRUE(run_ok(arwren_argv({"aqs", "lib.a", "first.o", "second.o"}), dir, &made));
-        EXPECT_EQ(made.out, printed);
+        ASSERT_TRUE(run_ok(arwren_argv({"aq", "lib.a", "first.o", "second.o"}), dir));
         EXPECT_EQ(nm_armap(dir + "/lib.a"), expected);
         std::sort(expected.begin(), expected.end());
         EXPECT_EQ(expected, (std::vector<std::string>{"bump in first.o", "counter in first.o", "fixed_address in first.o",

@@ -30,11 +30,10 @@ inline ::testing::AssertionResult have_tools(const std::vector<std::pair<std::st
 inline ::testing::AssertionResult run_ok(const std::vector<std::string>& argv, const std::string& cwd,
                                          RUN_RESULT* result = nullptr) {
     RUN_RESULT r = run_process(argv, RUN_OPTIONS{cwd});
-    const bool ok = r.status == 0 && r.err.empty();
-    const std::string what = describe(argv, r);
     if (result != nullptr)
-        *result = std::move(r);
-    return ok ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << what;
+        *result = r;
+    return r.status == 0 && r.err.empty() ? ::testing::AssertionSuccess()
+                                          : ::testing::AssertionFailure() << describe(argv, r);
 }
 
 inline std::vector<std::string> lines_of(const std::string& text) {

@@ -37,10 +37,7 @@ std::string object(const std::string& symbol, size_t data_size, unsigned seed) {
 // into out/.
 const std::string kOldM1 = object("one", 301, 1), kM2 = object("two", 600000, 2);
 
-struct COMMAND {
-    std::vector<std::string> args;
-    const char* cwd;
-};
+struct COMMAND { std::vector<std::string> args; const char* cwd; };
 
 // One run of a command under strace, in a directory of its own.
 struct RUN {
