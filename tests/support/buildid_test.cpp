@@ -4,12 +4,12 @@
 
 #include <string>
 
-#include "support/text_capture.h"
-
 namespace {
 
 TEST(BuildidTest, LabelThenCodeThenNewline) {
-    const std::string line = written_by([](FILE* f) { buildid(f, "Build Number "); });
+    testing::internal::CaptureStdout();
+    buildid(stdout, "Build Number ");
+    const std::string line = testing::internal::GetCapturedStdout();
     EXPECT_TRUE(testing::internal::RE::FullMatch(
         line, testing::internal::RE("Build Number [0-9]+\\.[0-9]+\\.[0-9]+\\.[0-9]{6}\\.[0-9]{4}\n")))
         << line;

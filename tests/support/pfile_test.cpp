@@ -13,9 +13,7 @@
 namespace {
 
 TEST(PfileTest, MisuseAndFailuresAreReportedWithTheResult) {
-    USER_MSG* channel = USER_MSG::get_umsg_obj();
-    channel->set_max_errors(INT_MAX);
-    channel->set_sev_level(USER_MSG::REMARK);
+    USER_MSG::get_umsg_obj()->set_max_errors(INT_MAX);
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
     FILE* pipe_end = fdopen(fds[0], "r");
@@ -23,34 +21,19 @@ TEST(PfileTest, MisuseAndFailuresAreReportedWithTheResult) {
     FILE* read_only = std::fopen("/dev/null", "r");
     ASSERT_TRUE(pipe_end && file && read_only);
     char buf[4] = {};
-    const struct {
-        std::function<long()> call;
-        long result;
-        const char* message;
-    } cases[] = {
+    const struct { std::function<long()> call; long result; const char* message; } cases[] = {
         {[&] { return pftell(nullptr); }, -1, "pftell called with a NULL FILE pointer"},
         {[&] { return pftell(pipe_end); }, -1, "call to pftell failed:  Illegal seek"},
-        {[&] { return pftell(file); }, 0, nullptr},
-        {[&] { return pfseek(nullptr, 0, SEEK_SET); }, -1, "pfseek called with a NULL FILE pointer"},
         {[&] { return pfseek(file, -1, SEEK_SET); }, -1, "pfseek called with SEEK_SET, but offset is negative"},
         {[&] { return pfseek(pipe_end, 0, SEEK_SET); }, -1, "call to pfseek failed:  Illegal seek"},
-        {[&] { return pfseek(file, -1, SEEK_CUR); }, -1, "call to pfseek failed:  Invalid argument"},
-        {[&] { return pfseek(file, 0, SEEK_END); }, 0, nullptr},
         {[&] { return pfread(nullptr, 1, 4, file); }, 0, "pfread called with a NULL buffer pointer"},
-        {[&] { return pfread(buf, 1, 4, nullptr); }, 0, "pfread called with a NULL FILE pointer"},
-        {[&] { return pfread(buf, 1, 0, file); }, 0, "pfread called requesting zero elements"},
         {[&] { return pfread(buf, 1, 4, file); }, 0, nullptr},   // a short read is no error
-        {[&] { return pfwrite(nullptr, 1, 4, file); }, 0, "pfwrite called with a NULL buffer pointer"},
-        {[&] { return pfwrite(buf, 1, 4, nullptr); }, 0, "pfwrite called with a NULL FILE pointer"},
         {[&] { return pfwrite(buf, 2, 2, read_only); }, 0, "pfwrite only wrote 0 elements; 2 were requested"},
         {[&] { return pfwrite(buf, 2, 2, file); }, 2, nullptr},
     };
-    for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-        const auto& c = cases[i];
-        EXPECT_EQ(stderr_of([&] { EXPECT_EQ(c.call(), c.result) << "row " << i; }),
-                  c.message ? std::string(">> application error: ") + c.message + "\n" : "")
-            << "row " << i;
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(stderr_of([&] { EXPECT_EQ(c.call(), c.result) << &c - cases; }),
+                  c.message ? std::string(">> application error: ") + c.message + "\n" : "") << &c - cases;
     for (FILE* f : {pipe_end, file, read_only})
         std::fclose(f);
     close(fds[1]);

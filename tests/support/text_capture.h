@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <functional>
 #include <regex>
 #include <string>
@@ -19,20 +18,6 @@ inline std::string stderr_of(const std::function<void()>& action) {
     testing::internal::CaptureStderr();
     action();
     return unwrap(testing::internal::GetCapturedStderr());
-}
-
-// Everything write(stream) puts into a temporary stream.
-inline std::string written_by(const std::function<void(FILE*)>& write) {
-    FILE* f = std::tmpfile();
-    if (!f)
-        return "(no temporary file)";
-    write(f);
-    std::string text;
-    std::rewind(f);
-    for (int c; (c = std::fgetc(f)) != EOF;)
-        text += static_cast<char>(c);
-    std::fclose(f);
-    return text;
 }
 
 #endif
