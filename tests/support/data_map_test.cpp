@@ -187,6 +187,8 @@ TEST_F(FileBoundMapTest, LoadsOnFirstUseAndKeepsTheFilePosition) {
     EXPECT_EQ(DATA_MAP(map).file(), file);      // unmodified: still bound
     map.UINT8_write(0xEE);
     EXPECT_EQ(DATA_MAP(map).file(), nullptr);   // modified: the bytes are copied
+    map.unload();
+    EXPECT_EQ(map[0], 16);                      // read again from the file
 
     map.set_data(file, 60, 8);   // stretches past the end of the file
     EXPECT_EQ(stderr_of([&] { EXPECT_EQ(map.read(bytes, 8), 8u); }), "");

@@ -52,6 +52,16 @@ TEST(MzoneTest, ResetKeepsAndZeroesNewestBlock) {
     EXPECT_EQ(std::string(first, 2000), std::string(2000, '\0'));
 }
 
+TEST(MzoneTest, UsageReportListsLiveZones) {
+    MZONE kept(999, "kept", 7);
+    kept.alloc(1);
+    testing::internal::CaptureStdout();
+    zreport(stdout);
+    const std::string text = testing::internal::GetCapturedStdout();
+    EXPECT_NE(text.find("'kept' (flag 7): 1 blocks, 999 bytes, 991 available\n  requested 1, peak 1\n"), std::string::npos)
+        << text;
+}
+
 TEST(MzoneDeathTest, ImpossibleBlockEndsProcess) {
     MZONE zone(1024);
     EXPECT_EXIT(zone.alloc(UINT_MAX), testing::ExitedWithCode(1), "^OUT OF MEMORY - APPLICATION ABORTED\n$");
