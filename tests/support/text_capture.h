@@ -7,17 +7,12 @@
 #include <regex>
 #include <string>
 
-// Joins the lines that the message channel wrapped, so that a message can be
-// compared as one line.
-inline std::string unwrap(const std::string& text) {
-    return std::regex_replace(text, std::regex("\n +"), " ");
-}
-
-// Standard error written by action, with wrapped messages joined.
+// Standard error written by action, with the lines that the message channel
+// wrapped joined again, so that a message can be compared as one line.
 inline std::string stderr_of(const std::function<void()>& action) {
     testing::internal::CaptureStderr();
     action();
-    return unwrap(testing::internal::GetCapturedStderr());
+    return std::regex_replace(testing::internal::GetCapturedStderr(), std::regex("\n +"), " ");
 }
 
 #endif

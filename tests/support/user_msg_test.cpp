@@ -51,8 +51,6 @@ TEST(UserMsgTest, PrefixesStreamsAndWrapping) {
     const std::string indent(12, ' '), fits = std::string(60, 'x') + " " + std::string(5, 'y');
     const std::string largest(4095 - 12, 'm');   // one byte more ends the program
     const struct { std::function<void(USER_MSG&)> say; std::string output; } cases[] = {
-        {[](USER_MSG& m) { m.error("%s", words(20).c_str()); },
-         "|>>   error: " + words(6) + "\n" + indent + words(6) + "\n" + indent + words(6) + "\n" + indent + words(2) + "\n"},
         {[&](USER_MSG& m) { m.error("%s", fits.c_str()); }, "|>>   error: " + fits + "\n"},
         {[&](USER_MSG& m) { m.error("%sz", fits.c_str()); }, "|>>   error: " + std::string(60, 'x') + "\n" + indent + "yyyyyz\n"},
         {[](USER_MSG& m) { m.apperror("%s", words(10).c_str()); },
