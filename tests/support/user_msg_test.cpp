@@ -21,13 +21,6 @@ std::string output_of(const std::function<void()>& action) {
     return testing::internal::GetCapturedStdout() + "|" + err;
 }
 
-std::string words(int count) {
-    std::string text;
-    for (int i = 0; i < count; ++i)
-        text += (i ? " " : "") + std::string("abcdefghi");
-    return text;
-}
-
 // By default only debug messages are hidden; a continuation shares the fate
 // of the message it continues. Errors and application errors are counted.
 TEST(UserMsgTest, LevelsHideMessagesAndTheirContinuations) {
@@ -53,8 +46,8 @@ TEST(UserMsgTest, PrefixesStreamsAndWrapping) {
     const struct { std::function<void(USER_MSG&)> say; std::string output; } cases[] = {
         {[&](USER_MSG& m) { m.error("%s", fits.c_str()); }, "|>>   error: " + fits + "\n"},
         {[&](USER_MSG& m) { m.error("%sz", fits.c_str()); }, "|>>   error: " + std::string(60, 'x') + "\n" + indent + "yyyyyz\n"},
-        {[](USER_MSG& m) { m.apperror("%s", words(10).c_str()); },
-         "|>> application error: " + words(5) + "\n" + std::string(22, ' ') + words(5) + "\n"},
+        {[](USER_MSG& m) { m.apperror("%s y", std::string(55, 'x').c_str()); },
+         "|>> application error: " + std::string(55, 'x') + "\n" + std::string(22, ' ') + "y\n"},
         {[&](USER_MSG& m) { m.error("%s", largest.c_str()); }, "|>>   error:\n" + indent + largest + "\n"},
         {[](USER_MSG& m) { m.error("%lc", static_cast<wint_t>(0x100)); }, "|>>   error: \n"},   // unencodable
     };
