@@ -78,6 +78,7 @@ TEST_F(SlistTest, SearchesFindFirstAndNext) {
         list.sort(false);
     }
     EXPECT_EQ(tags(list), (std::vector<int>{1, 0, 2, 4, 3}));
+    EXPECT_EQ(tag_of(list.find_insert_pred(&items[3])), 3);   // an equal entry is its own predecessor
 }
 
 // Of each run of equal items one stays. Merging a list into itself doubles
