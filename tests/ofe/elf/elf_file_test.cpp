@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "common/elf_builder.h"
 #include "ofe/elf/elf_records.h"
@@ -14,7 +12,6 @@
 #include "ofe/elf/elf_symbol_table.h"
 #include "ofe/of_symbol_table.h"
 #include "ofe/test_object_file.h"
-#include "support/data_map.h"
 
 using namespace OFE;
 
@@ -96,29 +93,6 @@ TEST_P(ElfFileTest, LoadingCorners) {
         EXPECT_EQ(file->error_code(), c.code);
     }
     EXPECT_EQ(ERROR_LOG::last(), "string table for symbol table \".symtab\" not found");
-}
-
-// Reads a patterned record with and without swap.
-template <typename Record> void check_swap(int (*reader)(const DATA_MAP&, Record&, bool), const char* widths) {
-    SCOPED_TRACE(widths);
-    const std::vector<unsigned char> raw = swap_pattern(widths, false);
-    ASSERT_EQ(raw.size(), sizeof(Record));
-    DATA_MAP in;
-    in.set_data(raw.data(), raw.size());
-    Record rec;
-    reader(in, rec, false);
-    EXPECT_EQ(memcmp(&rec, raw.data(), sizeof rec), 0);
-    in.set_cursor(0);
-    reader(in, rec, true);
-    EXPECT_EQ(memcmp(&rec, swap_pattern(widths, true).data(), sizeof rec), 0);
-}
-
-// The records an archive's index reads: the identification bytes of the
-// file header and a symbol's info and other bytes are never swapped.
-TEST(ElfRecordsTest, SwapReversesEachMultiByteField) {
-    check_swap<Elf32_Ehdr>(read_Elf_Ehdr, "1111111111111111" "2244444222222");
-    check_swap<Elf32_Shdr>(read_Elf_Shdr, "4444444444");
-    check_swap<Elf32_Sym>(read_Elf_Sym, "444112");
 }
 
 class ElfSymbolTest : public ElfTestEnv {};
