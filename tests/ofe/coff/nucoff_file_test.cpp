@@ -117,7 +117,7 @@ template <typename Record> READER reader(int (*read)(const DATA_MAP&, Record&, b
     };
 }
 
-// The records an archive's index reads, copied as stored and, asked to swap,
+// The records a file's load reads, and line numbers, copied as stored and, asked to swap,
 // with exactly the multi-byte fields reversed (layouts as swap_pattern reads
 // them); the cursor moves by the record's size. A name whose first word is
 // zero keeps a string-table offset, swapped, in its second word.
@@ -131,6 +131,7 @@ TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
         {"syment: inline name", reader(read_NUCoff_syment), name + "42211"},
         {"syment: string-table offset", reader(read_NUCoff_syment), "00004" "42211"},
         {"aux function", reader(read_NUCoff_aux_func), "444411"},
+        {"aouthdr", reader(read_NUCoff_aouthdr), "22444444"}, {"lineno", reader(read_NUCoff_lineno), "42"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
