@@ -11,7 +11,6 @@
 #include "common/nucoff_builder.h"
 #include "ofe/coff/nucoff_records.h"
 #include "ofe/coff/nucoff_symbol.h"
-#include "ofe/coff/nucoff_symbol_table.h"
 #include "ofe/mach/wren_mach.h"
 #include "ofe/of_section_table.h"
 #include "ofe/of_symbol_table.h"
@@ -117,10 +116,11 @@ template <typename Record> READER reader(int (*read)(const DATA_MAP&, Record&, b
     };
 }
 
-// The records a file's load reads, and line numbers, copied as stored and, asked to swap,
-// with exactly the multi-byte fields reversed (layouts as swap_pattern reads
-// them); the cursor moves by the record's size. A name whose first word is
-// zero keeps a string-table offset, swapped, in its second word.
+// The records a file's load reads, and a line-number entry, copied as
+// stored and, asked to swap, with exactly the multi-byte fields reversed
+// (layouts as swap_pattern reads them); the cursor moves by the record's
+// size. A name whose first word is zero keeps a string-table offset,
+// swapped, in its second word.
 TEST(NucoffRecordsTest, ReadersSwapExactlyTheirFields) {
     const std::string name(8, '1');
     const struct { const char* what; READER read; std::string layout; } cases[] = {

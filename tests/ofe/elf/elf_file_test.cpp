@@ -8,8 +8,6 @@
 #include "common/elf_builder.h"
 #include "ofe/elf/elf_records.h"
 #include "ofe/elf/elf_section_table.h"
-#include "ofe/elf/elf_symbol.h"
-#include "ofe/elf/elf_symbol_table.h"
 #include "ofe/of_symbol_table.h"
 #include "ofe/test_object_file.h"
 
