@@ -48,7 +48,7 @@ TEST_F(ArchiveRead, ReadsTheStoredIndexOnRequest) {
     EXPECT_EQ(index_of("!<arch>\n" + B::header("/", "0", "0", cut.size()) + cut), (ENTRIES{{"ab", 0}, {"", 0}, {"", 0}}));
     const std::string nameless = std::string("\0\0\0\2", 4) + std::string(8, '\0');
     EXPECT_EQ(index_of("!<arch>\n" + B::header("/", "0", "0", nameless.size()) + nameless), (ENTRIES{{"", 0}, {"", 0}}));
-    EXPECT_EQ(index_of(B().member("a.o", "abc").index({}).bytes()), ENTRIES{});
+    EXPECT_EQ(index_of(B().member("a.o", "abc").index({{"f", 0}}).bytes()), (ENTRIES{{"f", 8 + 60 + 10}}));
     EXPECT_TRUE(recorded_errors().empty());
     const std::string huge = std::string("\x7f\0\0\0", 4) + std::string(8, '\0');
     EXPECT_EQ(index_of("!<arch>\n" + B::header("/", "0", "0", huge.size()) + huge, false), ENTRIES{});
@@ -57,8 +57,8 @@ TEST_F(ArchiveRead, ReadsTheStoredIndexOnRequest) {
 }
 
 // Members are read through the archive's own stream in any order, or from
-// their own files, or copied out padded; only the object is recognised as
-// one; every file opened is closed again.
+// their own files; only the object is recognised as one; every file opened
+// is closed again.
 TEST_F(ArchiveRead, MembersAreFoundRecognisedAndReadInPlace) {
     ELF_BUILDER elf;
     elf.symbol("f", 1, 2, 0xfff1);
@@ -66,13 +66,11 @@ TEST_F(ArchiveRead, MembersAreFoundRecognisedAndReadInPlace) {
     const int handles = FILE_HANDLE_MANAGER::instance()->handle_count();
     index_of(B().member("a.o", "abcde").member("obj.o", object).member("t.txt", text).bytes());
     add_file(*ar_, "new.o", "from a file", "new.o");
-    AR_MEMBER* a = ar_->find_member("a.o");
-    AR_MEMBER* obj = ar_->find_member("obj.o");
+    AR_MEMBER *a = ar_->find_member("a.o"), *obj = ar_->find_member("obj.o");
     ASSERT_TRUE(a != nullptr && obj != nullptr);
     EXPECT_EQ(ar_->find_member("b.o"), nullptr);
     EXPECT_EQ(ar_->member_format(obj), 2);   // ELF
     EXPECT_EQ(ar_->member_format(a), 0);
-    EXPECT_EQ(ar_->member_format(ar_->last_member()), 0);
     const std::pair<AR_MEMBER*, std::string> reads[] = {
         {a, "abcde"}, {obj, object}, {a, "abcde"}, {ar_->last_member()->prev, text}, {ar_->last_member(), "from a file"}};
     for (const auto& r : reads) {
@@ -82,11 +80,6 @@ TEST_F(ArchiveRead, MembersAreFoundRecognisedAndReadInPlace) {
         EXPECT_TRUE(bytes == r.second) << r.first->name;
         ar_->close_member(r.first, in);
     }
-    FHM_FILE* out = fhm_open(path("out").c_str(), "wb");
-    EXPECT_EQ(copy_file(ar_->open_member(a), out, a->size, true), 0);
-    EXPECT_EQ(ar_->copy_member(ar_->last_member(), out), 0);
-    fhm_close(out);
-    EXPECT_EQ(read("out"), "abcde\nfrom a file");
     EXPECT_TRUE(recorded_errors().empty());
     EXPECT_EQ(FILE_HANDLE_MANAGER::instance()->handle_count(), handles + 1);   // the archive's own
     ar_->last_member()->path[0] = '\0';
