@@ -37,7 +37,6 @@ TEST(CmdfileTest, SplitsTokensByTheGrammar) {
         std::string text;
         std::vector<std::string> tokens;
     } cases[] = {
-        {"only blanks and comments", " \n\t; one\n# two\n/* three */\n", {}},
         {"white space separates", "  a\tbb\n\nccc  ", {"a", "bb", "ccc"}},
         {"quote continues the word", "ab\"c d\"ef", {"abc def"}},
         {"quote spans lines", "\"a\nb\"", {"a\nb"}},
@@ -54,11 +53,9 @@ TEST(CmdfileTest, SplitsTokensByTheGrammar) {
         {"hash joins like semicolon", "a#b\nc", {"ac"}},
         {"hash kept after a dash", "-x#1 -#", {"-x#1", "-#"}},
         {"long token grows", std::string(200, 'z'), {std::string(200, 'z')}},
-        {"NUL in a word", "a x\0y c"s, {"a", "!1", "c"}},
         {"NUL in a quote", "\"x\0\" c"s, {"!1", "c"}},
         {"NUL in a comment is skipped", "a ;\0\n b/*\0*/c"s, {"a", "bc"}},
         {"open comment", "a b/* x", {"a", "!2"}},
-        {"open quote", "a \"b c", {"a", "!3"}},
     };
     for (const auto& c : cases)
         EXPECT_EQ(tokens_of(c.text), c.tokens) << c.what;

@@ -28,24 +28,16 @@ TEST(EditEndToEnd, AddReplaceDeleteExtract) {
          "", "", 0, {{"lib.a", a_b}}},
         {"-av names each file", {{"a.txt", "aaa"}, {"sub/b.txt", "bbbb", kNew}}, {"-av", "lib.a", "a.txt", "sub/b.txt"},
          kNewArchive + "  ==>  add 'a.txt'\n  ==>  add 'sub/b.txt'\n" + kBuilding, "", 0, {{"lib.a", a_b}}},
-        {"r makes a new archive", {{"a.txt", "aaa"}, {"sub/b.txt", "bbbb", kNew}}, {"r", "lib.a", "a.txt", "sub/b.txt"},
-         kNewArchive + kBuilding, "", 0, {{"lib.a", a_b}}},
         {"oldest date", {{"old.o", "x", -2147483648L}}, {"aq", "lib.a", "old.o"}, "", "", 0,
          {{"lib.a", B().member("old.o", "x", -2147483648L).bytes()}}},
         {"missing file", {{"a.txt", "aaa"}}, {"aq", "lib", "gone.txt", "a.txt"}, "",
          "  -->  error: 'gone.txt' not found\n", 1, {{"lib.lib", B().member("a.txt", "aaa", kOld).bytes()}}},
         {"a appends a name again", {{"lib.a", two}, {"a.txt", "A", kNew}}, {"a", "lib.a", "a.txt"}, kBuilding, "", 0,
          {{"lib.a", two_members().member("a.txt", "A", kNew).bytes()}}},
-        {"aq0", {{kLongName, "xy"}}, {"aq0", "lib.a", kLongName}, "", "", 0,
-         {{"lib.a", B(B::ORIGINAL).member(kLongName, "xy", kOld).bytes()}}},
         {"last digit wins", {{kLongName, "xy"}}, {"2aQ1", "lib.a", kLongName}, "", "", 0,
          {{"lib.a", B(B::NU_LONG_NAME).member(kLongName, "xy", kOld).bytes()}}},
-        {"a-q-2", {{kLongName, "xy"}}, {"a-q-2", "lib.a", kLongName}, "", "", 0,
+        {"POSIX by default", {{kLongName, "xy"}}, {"a-q", "lib.a", kLongName}, "", "", 0,
          {{"lib.a", B().member(kLongName, "xy", kOld).bytes()}}},
-        {"POSIX by default", {{kLongName, "xy"}}, {"aq", "lib.a", kLongName}, "", "", 0,
-         {{"lib.a", B().member(kLongName, "xy", kOld).bytes()}}},
-        {"name read back as a table, new archive", {{"<filenames>", "x"}, {kLongName, "xy"}},
-         {"r", "lib.a", "<filenames>", kLongName}, kNewArchive + kBuilding, table_err, 1, {{"lib.a", kGone}}},
         {"name read back as a table", {{"lib.a", two}, {"<filenames>", "x"}, {kLongName, "xy"}},
          {"rq", "lib.a", kLongName, "<filenames>"}, "", table_err, 1, {}},
         {"rv replaces in place and appends", {{"lib.a", two}, {"new/a.txt", "AAAAA", kNew}, {"c.txt", "cc", kNew}},
@@ -79,21 +71,6 @@ TEST(EditEndToEnd, AddReplaceDeleteExtract) {
     };
     for (const E2E_CASE& c : cases)
         run_case(c);
-}
-
-// Members larger than a block of the reader, kept from the archive and
-// added from files, odd and empty, are copied byte for byte both ways.
-TEST(EditEndToEnd, LargeMembersAreCopiedWhole) {
-    const size_t block = 512 * 1024;
-    std::string big_old(block + 3, 'o'), big_new(2 * block + 1, 'n');
-    big_old[block] = big_new[block] = '|';
-    const std::string lib = B().member("kept.o", "kept", 1).member("big_old.bin", big_old, 2).bytes();
-    run_case({"r", {{"lib.a", lib}, {"small.o", "small", 3}, {"big_new.bin", big_new, 3}, {"empty.o", "", 3}},
-              {"rq", "lib.a", "small.o", "big_new.bin", "empty.o"}, "", "", 0,
-              {{"lib.a", B().member("kept.o", "kept", 1).member("big_old.bin", big_old, 2).member("small.o", "small", 3)
-                             .member("big_new.bin", big_new, 3).member("empty.o", "", 3).bytes()}}});
-    run_case({"x", {{"lib.a", lib}}, {"x", "lib.a", "big_old.bin", "kept.o"}, "", "", 0,
-              {{"big_old.bin", big_old}, {"kept.o", "kept"}}});
 }
 
 // Names of 14 to 17 characters, sizes odd, even and empty, in each form;

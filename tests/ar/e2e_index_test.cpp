@@ -15,26 +15,6 @@ std::string defined(const std::vector<std::string>& names) {
     return lines;
 }
 
-// Every global or weak definition of the examples' objects, built by the
-// ARM cross compiler, member by member in symbol-table order: printed even
-// when quiet, the same again when nothing changed, without a deleted
-// member's, and never by t.
-TEST(IndexEndToEnd, RealObjectsIndexedOnEveryRewrite) {
-    SCRATCH_DIR dir;
-    for (const char* object : {"board_config_for_example.o", "filter.o", "gain.o"})
-        dir.write(object, SCRATCH_DIR::read_file(ARWREN_SOURCE_DIR "/examples/objects/" + std::string(object)));
-    const std::string board = defined({"gain_default", "board_init"}),
-                      filter = defined({"filter_step", "filter_history", "filter_reset"}),
-                      gain = defined({"gain_default", "gain_apply", "gain_shift", "gain_table"});
-    expect_run(dir, {"as", "ex.a", "board_config_for_example.o", "filter.o", "gain.o"},
-               "  ==>  new archive 'ex.a'\n  ==>  building archive 'ex.a'\n" + board + filter + gain, "", 0);
-    const std::string first = dir.read("ex.a");
-    expect_run(dir, {"rqs", "ex.a"}, board + filter + gain, "", 0);
-    EXPECT_TRUE(dir.read("ex.a") == first);
-    expect_run(dir, {"dqs", "ex.a", "gain.o"}, board + filter, "", 0);
-    expect_run(dir, {"ts", "ex.a"}, run_arwren({"t", "ex.a"}, dir.dir()).out, "", 0);
-}
-
 struct MEMBER {
     std::string name, bytes;
     std::vector<std::string> indexed;   // its global definitions, in symbol-table order
@@ -120,16 +100,6 @@ TEST(IndexEndToEnd, MemberFileLargerThanTheArchive) {
     after.member("a.txt", "aaa", kOld).member(elf.name, elf.bytes, kOld).index(entries);
     run_case({"larger", {{"lib.a", lib}, {elf.name, elf.bytes}}, {"rqs", "lib.a", elf.name}, defined(elf.indexed), "", 0,
               {{"lib.a", after.bytes()}}});
-}
-
-// The index obeys the member size limit: a member whose symbols pass it
-// stops the write, and nothing is left.
-TEST(IndexEndToEnd, IndexPastItsLimitStopsTheWrite) {
-    ELF_BUILDER big, after;
-    big.symbol(std::string(40000, 'n'), 1, 2, 0xfff1).repeated(3000);   // 120 MB of names
-    after.symbol("after", 1, 2, 0xfff1);
-    run_case({"past the limit", {{"big.o", big.bytes()}, {"after.o", after.bytes()}}, {"aqs", "lib.a", "big.o", "after.o"},
-              "", "  -->  error: Member file too large: '/'\n", 1, {}});
 }
 
 }  // namespace

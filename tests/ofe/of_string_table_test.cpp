@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "ofe/of_name.h"
 
 using namespace OFE;
 
@@ -42,19 +41,5 @@ TEST(StringTableTest, LookupAddAndFind) {
     EXPECT_EQ(empty.add_string("x"), 0u);
 }
 
-// Name copies on either side of the length kept inside the record, a name
-// set from itself, and a name taken away.
-TEST(OfName, CopiesNamesOfEveryLengthAndNone) {
-    OF_NAME name;
-    for (size_t length : {31, 32, 200}) {
-        std::string text(length, 'n');
-        name.set(text.c_str());
-        text.assign(length, 'x');   // the copy is the name's own
-        name.set(name.get());
-        EXPECT_EQ(std::string(name.get()), std::string(length, 'n')) << length;
-        name.set(nullptr);
-        EXPECT_EQ(name.get(), nullptr);
-    }
-}
 
 }  // namespace

@@ -18,23 +18,13 @@ const struct {
     std::string name;
     bool original, nu, posix;
 } kNames[] = {
-    {"", false, false, false},
-    {"/", false, false, false},
-    {"//", false, false, false},
-    {"<filenames>", false, false, false},
-    {"<filenames>/", false, false, false},
-    {"<filenames>x", true, true, true},
-    {"/0", true, true, false},
-    {"a/b", true, true, false},
-    {"trail ", true, true, true},
-    {"15_characters__", true, true, true},
-    {"16_characters___", true, true, true},
-    {"15_with_blank  ", true, true, false},
-    {"15 with blank_x", true, true, false},
-    {"16 with blanks  ", true, true, true},
-    {"new\nline", true, true, true},
-    {"long_name_with_a\nnewline", true, false, false},
-    {"long_name_with_a/slash", true, false, false},
+    {"", false, false, false}, {"/", false, false, false}, {"//", false, false, false},
+    {"<filenames>", false, false, false}, {"<filenames>/", false, false, false}, {"<filenames>x", true, true, true},
+    {"/0", true, true, false}, {"a/b", true, true, false}, {"trail ", true, true, true},
+    {"15_characters__", true, true, true}, {"16_characters___", true, true, true},
+    {"15_with_blank  ", true, true, false}, {"15 with blank_x", true, true, false},
+    {"16 with blanks  ", true, true, true}, {"new\nline", true, true, true},
+    {"long_name_with_a\nnewline", true, false, false}, {"long_name_with_a/slash", true, false, false},
 };
 
 class MemberName : public ARCHIVE_TEST {};
