@@ -10,6 +10,7 @@
 #include <deque>
 #include <memory>
 
+#include "common/archive_builder.h"
 #include "common/elf_builder.h"
 #include "host_tools.h"
 
@@ -171,6 +172,21 @@ TEST_F(IO_FAULTS, OldArchiveThatCannotBePutBackIsNamed) {
     ASSERT_EQ(left.size(), 1u) << run.result.err;
     EXPECT_EQ(run.result.err, "  -->  error: Error writing archive\n" + kLeftBehind + left[0] + "'\n");
     EXPECT_TRUE(run.dir.read("arc/" + left[0]) == archive_);
+}
+
+// A long-name table larger than a block of the reader is read in two; when
+// the second read fails, the table is refused, not listed half read.
+TEST_F(IO_FAULTS, FailedSecondReadOfTheNameTableIsReported) {
+    const std::string table = std::string(600000, 'n') + "/\n", traced = "trace=openat,pread64";
+    const std::string archive = "!<arch>\n" + ARCHIVE_BUILDER::header("//", "0", "0", table.size()) + table +
+                                ARCHIVE_BUILDER::header("/0", "0", "0", 1) + "x\n";
+    RUN clean(archive, {{"t", kArchive}, "src"}, {"-o", "trace", "-e", traced});
+    ASSERT_EQ(clean.finish().status, 0);
+    const std::vector<int> reads = calls_after_open(lines_of(clean.dir.read("src/trace")), "pread64");
+    RUN run(archive, {{"t", kArchive}, "src"},
+            {"-o", "/dev/null", "-e", traced, "-e", "inject=pread64:error=EIO:when=" + std::to_string(reads.at(1))});
+    EXPECT_EQ(run.finish().err, "  -->  error: Cannot read name table: '../arc/lib.a'\n");
+    EXPECT_EQ(run.result.status, 1);
 }
 
 }  // namespace
