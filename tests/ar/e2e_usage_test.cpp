@@ -83,7 +83,7 @@ TEST(SignalEndToEnd, SignalsReportAndEndTheRun) {
     ASSERT_EQ(mkfifo(dir.path("cmds").c_str(), 0600), 0);
     for (const auto& c : cases) {
         CHILD_PROCESS child(arwren_argv({"@cmds"}), RUN_OPTIONS{dir.dir(), 5000});
-        while (!child.ready_for(c.sig))
+        while (!child.ready_for(SIGXFSZ))   // the last handler installed; a sanitizer catches some signals itself
             usleep(100);
         kill(child.pid(), c.sig);
         const RUN_RESULT r = child.finish();
